@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+#include "hasupport/export.h"
+
+namespace KORA::HA::Daemon {
+
+/// Failure rate of the replication interface between two readings of its kernel counters
+/// (/sys/class/net/IF/statistics). Used by one thread, which keeps it between readings.
+class KORAHA_EXPORT InterfaceChecker {
+  public:
+    InterfaceChecker();
+    ~InterfaceChecker();
+
+    /// Writes failed / (good + failed) packets since the previous reading, both directions: a
+    /// fraction from 0 to 1. The first reading, one after a counter went back, and one without
+    /// traffic give 0. False, with `rate` untouched, when the interface cannot be read.
+    bool networkNonOkRate(float& rate);
+
+  private:
+    std::uint64_t good_;
+    std::uint64_t failed_;
+    bool hasBaseline_;
+};
+
+}  // namespace KORA::HA::Daemon

@@ -1,0 +1,70 @@
+#include "hasupport/io/read_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+
+#include "hasupport/io/unique_fd.h"
+
+namespace KORA::HA::Daemon::support {
+namespace {
+
+UniqueFd openForReading(const std::string& path) {
+    int fd = -1;
+    do {
+        fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    } while (fd < 0 && errno == EINTR);
+    return UniqueFd(fd);
+}
+
+ssize_t readSome(int fd, char* into, std::size_t size) {
+    ssize_t got = -1;
+    do {
+        got = ::read(fd, into, size);
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+}  // namespace
+
+std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
+    const UniqueFd fd = openForReading(path);
+    if (!fd) {
+        return std::nullopt;
+    }
+    std::string text;
+    std::array<char, 4096> chunk;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
+    for (;;) {
+        const ssize_t got = readSome(fd.get(), chunk.data(), chunk.size());
+        if (got < 0) {
+            return std::nullopt;
+        }
+        if (got == 0) {
+            return text;
+        }
+        if (text.size() + static_cast<std::size_t>(got) > limit) {
+            errno = EFBIG;
+            return std::nullopt;
+        }
+        text.append(chunk.data(), static_cast<std::size_t>(got));
+    }
+}
+
+std::optional<std::string> readLine(const std::string& path) {
+    constexpr std::string_view blanks = " \t\r\n";
+    const auto text = readFile(path);
+    if (!text) {
+        return std::nullopt;
+    }
+    const std::string_view line = std::string_view(*text).substr(0, text->find('\n'));
+    const auto first = line.find_first_not_of(blanks);
+    if (first == std::string_view::npos) {
+        return std::string();
+    }
+    return std::string(line.substr(first, line.find_last_not_of(blanks) - first + 1));
+}
+
+}  // namespace KORA::HA::Daemon::support

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace KORA::HA::Daemon::support {
+
+inline constexpr std::size_t kernelFileLimit = std::size_t{1} << 20U;
+
+/// Reads a whole kernel file with as few reads as it takes, retrying EINTR. Nothing when it cannot
+/// be opened or read (errno tells why) or is larger than `limit` bytes (errno is EFBIG). Never
+/// blocks on a FIFO; never follows one into waiting.
+std::optional<std::string> readFile(const std::string& path, std::size_t limit = kernelFileLimit);
+
+/// The file's first line without its line end and surrounding blanks; for one-value sysfs files.
+std::optional<std::string> readLine(const std::string& path);
+
+}  // namespace KORA::HA::Daemon::support
