@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace KORA::HA::Daemon::support {
+
+/// Every reason why this node must not restart its peer just now, one sentence each, empty when
+/// there is none. Evaluated anew at each call, from files (with DRBD 9 from drbdsetup, with a
+/// deadline). Any thread; never throws.
+std::vector<std::string> currentConstraints();
+
+}  // namespace KORA::HA::Daemon::support
