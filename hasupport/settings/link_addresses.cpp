@@ -26,9 +26,15 @@ std::string store(std::string LinkAddresses::*member, const std::string& value) 
 
 }  // namespace
 
-std::string localIP(const std::string& address) { return store(&LinkAddresses::local, address); }
-std::string remoteIP(const std::string& address) { return store(&LinkAddresses::remote, address); }
-std::string drbdIF(const std::string& name) { return store(&LinkAddresses::interface, name); }
+std::string localIP(const std::string& address) {
+    return store(&LinkAddresses::local, address);
+}
+std::string remoteIP(const std::string& address) {
+    return store(&LinkAddresses::remote, address);
+}
+std::string drbdIF(const std::string& name) {
+    return store(&LinkAddresses::interface, name);
+}
 
 namespace KORA::HA::Daemon::support {
 

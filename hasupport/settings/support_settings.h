@@ -12,14 +12,14 @@ enum class RestartMethod : std::uint8_t { request, command, requestThenCommand }
 /// The support library's own settings, from the optional "/var/lib/ha/hasupport.conf" (JSON).
 struct SupportSettings {
     std::uint16_t peerPort = 8909;
-    int peerTimeoutMs = 1000;                       ///< one request of the probes, in all
-    std::vector<std::string> disks;                 ///< disks to watch besides those under volumes
-    bool drbd = true;                               ///< false: this pair mirrors without DRBD
+    int peerTimeoutMs = 1000;        ///< one request of the probes, in all
+    std::vector<std::string> disks;  ///< disks to watch besides those under volumes
+    bool drbd = true;                ///< false: this pair mirrors without DRBD
     RestartMethod restart = RestartMethod::request;
-    std::vector<std::string> restartCommand;        ///< run by the node that restarts its peer
-    std::vector<std::string> orderlyCommand;        ///< run by the node that was asked to restart
+    std::vector<std::string> restartCommand;  ///< run by the node that restarts its peer
+    std::vector<std::string> orderlyCommand;  ///< run by the node that was asked to restart
     std::string peerKeyPath = "/var/lib/ha/peer.key";
-    std::string stampDirectory = "/var/lib/ha";     ///< restart stamps and the maintenance marker
+    std::string stampDirectory = "/var/lib/ha";  ///< restart stamps and the maintenance marker
 };
 
 /// Reads settings from JSON text. Unknown members are ignored; an unusable one keeps its default

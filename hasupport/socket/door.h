@@ -19,7 +19,8 @@ class Door {
     Door(const Door&) = delete;
     Door& operator=(const Door&) = delete;
 
-    /// Appends the descriptors to wait for, and pulls `wakeAt` earlier when the door has a deadline.
+    /// Appends the descriptors to wait for, and pulls `wakeAt` earlier when the door has a
+    /// deadline.
     virtual void collect(std::vector<pollfd>& fds, SteadyClock::time_point& wakeAt) = 0;
 
     /// Handles what poll(2) reported on the descriptors that this door appended (same order), and

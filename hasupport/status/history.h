@@ -17,7 +17,7 @@ struct Sample {
     std::chrono::system_clock::time_point at;
     SampleKind kind = SampleKind::hbLatency;
     float value = 0.0F;
-    std::uint16_t sent = 0;      ///< echoes sent and answered; 0 for a rate
+    std::uint16_t sent = 0;  ///< echoes sent and answered; 0 for a rate
     std::uint16_t answered = 0;
 };
 

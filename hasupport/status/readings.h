@@ -30,8 +30,8 @@ inline constexpr std::size_t readingCount = 8;
 std::string_view readingName(Reading reading);
 
 struct ReadingState {
-    bool valid = false;   ///< the last attempt gave a value
-    std::string reason;   ///< why the last attempt failed; "not measured yet" before the first
+    bool valid = false;  ///< the last attempt gave a value
+    std::string reason;  ///< why the last attempt failed; "not measured yet" before the first
     std::optional<SteadyClock::time_point> lastGood;
     std::optional<SteadyClock::time_point> lastAttempt;
 };

@@ -1,0 +1,18 @@
+#include "log/log_line.h"
+
+#include "log/process_objects.h"
+
+namespace KORA::HA::Daemon {
+
+void logMessage(int line, std::string_view message) {
+    logMessage(daemonTag, line, message);
+}
+
+void logMessage(std::string_view tag, int line, std::string_view message) {
+    std::string text;
+    text.reserve(tag.size() + message.size() + 16);
+    text.append(tag).append(":").append(std::to_string(line)).append(" ").append(message);
+    daemonLog().set(text);
+}
+
+}  // namespace KORA::HA::Daemon
