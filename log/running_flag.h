@@ -9,6 +9,6 @@ bool isRunning();
 void stopRunning();
 
 /// For tests only, which run more than one life of the daemon in a process.
-void TEST_setRunning(bool running);
+void TEST_setRunning(bool value);
 
 }  // namespace KORA::HA::Daemon
