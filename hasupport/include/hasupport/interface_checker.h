@@ -19,9 +19,11 @@ class KORAHA_EXPORT InterfaceChecker {
     bool networkNonOkRate(float& rate);
 
   private:
-    std::uint64_t good_;
-    std::uint64_t failed_;
-    bool hasBaseline_;
+    // The previous reading.
+    std::uint64_t good_ = 0;
+    std::uint64_t failed_ = 0;
+    std::uint64_t interfaceIndex_ = 0;
+    bool hasBaseline_ = false;
 };
 
 }  // namespace KORA::HA::Daemon

@@ -1,0 +1,56 @@
+#include "hasupport/interface_checker.h"
+
+#include <exception>
+#include <optional>
+#include <string>
+
+#include "hasupport/io/notice.h"
+#include "hasupport/kernel/interface_name.h"
+#include "hasupport/kernel/net_counters.h"
+#include "hasupport/settings/link_addresses.h"
+#include "hasupport/status/history.h"
+#include "hasupport/status/readings.h"
+
+namespace KORA::HA::Daemon {
+namespace {
+
+constinit support::Notice unreadable;
+
+void tellFailed(const std::string& interface) {
+    const std::string reason = support::isInterfaceName(interface)
+                                   ? "no counters of interface " + interface
+                                   : "\"" + interface + "\" is no interface name";
+    unreadable.raise("cannot measure the failure rate: " + reason);
+    support::noteFailed(support::Reading::netNonOkRate, reason);
+}
+
+}  // namespace
+
+InterfaceChecker::InterfaceChecker() = default;
+InterfaceChecker::~InterfaceChecker() = default;
+
+bool InterfaceChecker::networkNonOkRate(float& rate) try {
+    const std::string interface = support::linkAddresses().interface;
+    const auto now = support::readNetCounters(support::KernelRoots{}, interface);
+    if (!now) {
+        tellFailed(interface);
+        return false;
+    }
+    std::optional<support::NetCounters> before;
+    if (hasBaseline_) {
+        before = support::NetCounters{good_, failed_, interfaceIndex_};
+    }
+    rate = support::failureRate(before, *now);
+    good_ = now->good;
+    failed_ = now->failed;
+    interfaceIndex_ = now->interface;
+    hasBaseline_ = true;
+    unreadable.clear("the failure rate is measured again");
+    support::noteGood(support::Reading::netNonOkRate);
+    support::noteSample(support::SampleKind::netNonOkRate, rate);
+    return true;
+} catch (const std::exception&) {
+    return false;
+}
+
+}  // namespace KORA::HA::Daemon
