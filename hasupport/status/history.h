@@ -27,12 +27,13 @@ struct Event {
     std::string text;
 };
 
-/// Keeps the samples of the last 60 minutes and the last 64 events, in bounded memory. Any thread.
+/// Keeps the samples of the last 60 minutes (8,192 at most: both kinds once a second) and the last
+/// 64 events. Any thread; never throws: what finds no memory is not kept.
 void noteSample(SampleKind kind, float value, unsigned sent = 0, unsigned answered = 0);
 void noteEvent(std::string_view text);
 
-/// The kept samples with a sequence above `after`, oldest first.
-std::vector<Sample> samplesAfter(std::uint64_t after);
+/// The kept samples with a sequence above `after`, oldest first, `limit` of them at most.
+std::vector<Sample> samplesAfter(std::uint64_t after, std::size_t limit = SIZE_MAX);
 std::vector<Event> recentEvents();
 
 }  // namespace KORA::HA::Daemon::support
