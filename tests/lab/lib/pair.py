@@ -1,0 +1,212 @@
+"""A pair of lab nodes joined by a replication link."""
+
+import json
+import pathlib
+import shutil
+import socket
+import subprocess
+import tempfile
+import time
+
+from lib.machine import LabError, Machine
+
+DISK_MEGABYTES = {"vda": 24, "vdb": 48, "vdc": 48}
+BIN = "/lab/build/bin"  # in the guests
+
+FAST = {
+    "BASE_INTERVAL_BUSY_FLAG": 1, "BASE_INTERVAL_ACTIVE": 1, "BASE_INTERVAL_PASSIVE": 1,
+    "BASE_INTERVAL_LOG_WRITE": 1, "NUM_OF_REST_NETWORK": 0, "NUM_OF_REST_MON_HB_LATENCY": 0,
+    "NUM_OF_REST_MON_PKT_DROP": 0,
+}
+
+
+def free_ports(count):
+    sockets = [socket.socket(socket.AF_INET, socket.SOCK_DGRAM) for _ in range(count)]
+    for each in sockets:
+        each.bind(("127.0.0.1", 0))
+    ports = [each.getsockname()[1] for each in sockets]
+    for each in sockets:
+        each.close()
+    return ports
+
+
+class Node(Machine):
+    """A machine that runs the daemon."""
+
+    def __init__(self, number, directory, command, paths):
+        super().__init__(number, directory, command)
+        self.address = f"10.77.0.{number}"
+        self.paths = paths
+
+    def put(self, path, text, mode="644"):
+        self.run(f"cat > '{path}' <<'END_OF_FILE'\n{text}\nEND_OF_FILE\nchmod {mode} '{path}'")
+
+    def configure(self, settings=None, support=None):
+        self.put("/var/lib/ha/remote_mond.conf", json.dumps({**FAST, **(settings or {})}))
+        if support is not None:
+            self.put("/var/lib/ha/hasupport.conf", json.dumps(support))
+
+    def daemon_line(self, peer_address, interface="eth0"):
+        return f"{BIN}/koraharemotemond {self.address} {peer_address} {interface}"
+
+    def start_daemon(self, peer_address=None, interface="eth0"):
+        peer_address = peer_address or f"10.77.0.{3 - self.number}"
+        self.run("ulimit -l unlimited; mkdir -p /tmp/ha; setsid "
+                 f"{self.daemon_line(peer_address, interface)} </dev/null >/run/daemon.out 2>&1 &\n"
+                 "echo $! > /run/daemon.pid")
+
+    def ctl(self, arguments, check=False):
+        return self.run(f"{BIN}/korahamonctl {arguments}", check=check)
+
+    def status(self):
+        text = self.ctl("status --json")
+        try:
+            return json.loads(text)
+        except ValueError:
+            return {"unreachable": text}
+
+    def until(self, condition, what, seconds=30):
+        """Waits until `condition(status)` holds; the seconds that it took."""
+        began = time.monotonic()
+        while True:
+            status = self.status()
+            if condition(status):
+                return time.monotonic() - began
+            if time.monotonic() - began > seconds:
+                raise LabError(f"node{self.number}: not within {seconds} s: {what}\n"
+                               + json.dumps(status, indent=1)[:4000])
+            time.sleep(0.2)
+
+    def log(self):
+        return self.run("cat /var/log/ha/ha.daemon.log* 2>/dev/null", check=False)
+
+    def until_log(self, text, seconds=30, count=1):
+        began = time.monotonic()
+        while self.log().count(text) < count:
+            if time.monotonic() - began > seconds:
+                raise LabError(f"node{self.number}: no log line within {seconds} s: {text}\n"
+                               + self.log()[-3000:])
+            time.sleep(0.3)
+        return time.monotonic() - began
+
+    def notifications(self):
+        return self.run("cat /run/notifications 2>/dev/null", check=False).split("\n")
+
+
+class Pair:
+    """Two nodes, made for one scenario and ended with it."""
+
+    def __init__(self, paths, results):
+        self.paths = paths
+        self.results = results
+        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="koraha-lab-"))
+        self.facts = []
+        ports = free_ports(2)
+        self.nodes = [self._node(1, ports), self._node(2, ports[::-1])]
+
+    def __iter__(self):
+        return iter(self.nodes)
+
+    def _node(self, number, ports):
+        directory = self.directory / f"node{number}"
+        directory.mkdir()
+        for name, size in DISK_MEGABYTES.items():
+            with open(directory / name, "wb") as disk:
+                disk.truncate(size << 20)
+        return Node(number, directory, self._command(number, directory, ports), self.paths)
+
+    def _command(self, number, directory, ports):
+        kvm = self.paths["accelerator"] == "kvm"
+        words = ["console=ttyS0", "quiet", "loglevel=3", "panic=1", "nokaslr", "mitigations=off",
+                 "random.trust_cpu=on", "no_timer_check", "tsc=reliable", "net.ifnames=0",
+                 f"lab.node={number}", f"lab.modules={self.paths['kernel']}/lib/modules",
+                 f"lab.guest={self.paths['guest']}", f"lab.build={self.paths['build']}"]
+        command = [
+            "qemu-system-x86_64", "-machine", f"q35,accel={'kvm' if kvm else 'tcg'},usb=off",
+            "-cpu", "host,-arch-capabilities" if kvm else "max,-la57", "-m", "512", "-smp", "1", "-nodefaults",
+            "-nic", "none", "-display", "none", "-serial", f"file:{directory}/console.log",
+            "-qmp", f"unix:{directory}/qmp.sock,server=on,wait=off",
+            "-kernel", f"{self.paths['kernel']}/vmlinux", "-initrd", self.paths["initramfs"],
+            "-append", " ".join(words),
+            "-fsdev", "local,id=root,path=/,security_model=none,readonly=on,multidevs=remap",
+            "-device", "virtio-9p-pci,fsdev=root,mount_tag=root",
+            "-netdev", "dgram,id=n0,local.type=inet,local.host=127.0.0.1,"
+            f"local.port={ports[0]},remote.type=inet,remote.host=127.0.0.1,remote.port={ports[1]}",
+            "-device", f"virtio-net-pci,netdev=n0,mac=52:54:00:77:00:0{number},romfile=",
+            "-device", "virtio-serial-pci",
+            "-chardev", f"socket,id=agent,path={directory}/agent.sock,server=on,wait=off",
+            "-device", "virtserialport,chardev=agent,name=agent",
+        ]
+        for name in DISK_MEGABYTES:
+            command += ["-drive", f"file={directory}/{name},if=virtio,format=raw,cache=unsafe"]
+        return command
+
+    def trial_boot(self, seconds):
+        """True when the first node gets as far as its node script."""
+        try:
+            self.nodes[0].start(seconds)
+            return True
+        except LabError:
+            return False
+
+    def boot(self):
+        for node in self.nodes:
+            node.start()
+        if (self.paths["build"] / "bin/korahamonctl").exists():
+            self.make_key()
+
+    def make_key(self):
+        """One key for both nodes, made by the project's own tool."""
+        first, second = self.nodes
+        first.ctl("peer-key new", check=True)
+        packed = first.run("base64 -w 0 /var/lib/ha/peer.key")
+        second.run("umask 077; echo " + packed + " | base64 -d > /var/lib/ha/peer.key")
+
+    def start_daemons(self, settings=None, support=None):
+        for node in self.nodes:
+            node.configure(settings, support)
+            node.start_daemon()
+        for node in self.nodes:
+            node.until(lambda s: s.get("remoteAlive") is True, "the peer is alive")
+
+    def drbd_up(self, *resources):
+        """Brings resources up, connected and up to date on both nodes, without a first sync."""
+        for node in self.nodes:
+            node.run("modprobe drbd minor_count=4")
+            for resource in resources:
+                node.run(f"yes yes | drbdadm create-md --force {resource}; drbdadm up {resource}")
+        for resource in resources:
+            self.nodes[0].run(f"drbdadm wait-connect {resource}; "
+                              f"drbdadm -- --clear-bitmap new-current-uuid {resource}")
+        for node in self.nodes:
+            node.run("for i in $(seq 100); do "
+                     f"[ $(grep -c 'cs:Connected.*ds:UpToDate/UpToDate' /proc/drbd) = {len(resources)} ]"
+                     " && exit 0; sleep 0.2; done; cat /proc/drbd; exit 1")
+
+    def note(self, fact):
+        """Keeps one line for the table of results."""
+        self.facts.append(fact)
+
+    def collect(self, name):
+        """Saves what the nodes know, for a person to look at after a failure."""
+        out = self.results / name
+        shutil.rmtree(out, ignore_errors=True)
+        for node in self.nodes:
+            into = out / f"node{node.number}"
+            into.mkdir(parents=True)
+            for kept in ("console.log", "qemu.log"):
+                if (node.directory / kept).exists():
+                    shutil.copy(node.directory / kept, into / kept)
+            for kept, command in (("daemon.log", "cat /var/log/ha/ha.daemon.log*"),
+                                  ("daemon.out", "cat /run/daemon.out"), ("dmesg", "dmesg"),
+                                  ("drbd", "cat /proc/drbd"), ("ps", "ps axww"),
+                                  ("status.json", f"{BIN}/korahamonctl status --json")):
+                try:
+                    (into / kept).write_text(node.run(command, timeout=5, check=False))
+                except Exception as problem:  # a dead guest has nothing more to tell
+                    (into / kept).write_text(f"not to be had: {problem}\n")
+
+    def close(self):
+        for node in self.nodes:
+            node.stop()
+        shutil.rmtree(self.directory, ignore_errors=True)

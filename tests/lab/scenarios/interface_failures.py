@@ -1,0 +1,32 @@
+"""Packets that the device itself counts as failed raise the rate; unknown protocols do not."""
+
+BRIDGE = """
+modprobe veth; modprobe bridge
+ip link add hb0 type veth peer name hb1
+ip link add br0 type bridge
+ip link set eth0 master br0; ip link set hb1 master br0
+ip addr flush dev eth0
+ip link set br0 up; ip link set hb1 up; ip link set hb0 up
+ip addr add 10.77.0.2/24 dev hb0
+"""
+
+
+def run(pair):
+    first, second = pair
+    second.run(BRIDGE)
+    for node in pair:
+        node.configure({"THR_OF_HB_PKT_DROP": 0.05})
+    first.start_daemon()
+    second.start_daemon(interface="hb0")
+    second.until(lambda s: s.get("remoteAlive") is True, "the peer is alive over the bridge", 60)
+    second.run("ip link set hb1 mtu 600")
+    second.spawned = second.send(
+        "for i in $(seq 200); do ping -q -c 20 -i 0.02 -W 1 -s 1200 10.77.0.1 >/dev/null; done")
+    second.until_log("[Packet Fail] Heartbeat packet loss: ", 60)
+    second.run("for i in $(seq 30); do grep -q heartbeat-pkt-drop /run/notifications && exit 0;"
+               " sleep 1; done; exit 1", timeout=60)
+    sent = [line for line in second.notifications() if "heartbeat-pkt-drop" in line]
+    pair.note("the tool was called with: " + sent[0])
+    assert float(sent[0].split()[2]) >= 0.05, sent
+    second.run("ip link set hb1 mtu 1500; pkill -f 'seq 200'; pkill ping", check=False)
+    second.until_log("koraharemotemond:357 Heartbeat packet ", 60)

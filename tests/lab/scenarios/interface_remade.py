@@ -1,0 +1,25 @@
+"""The replication interface is removed and made anew: probes and peer service come back."""
+
+
+def run(pair):
+    first, second = pair
+    second.run("modprobe veth; modprobe bridge; ip link add br0 type bridge; ip addr flush dev eth0;"
+               "ip link set eth0 master br0; ip link set br0 up")
+    make = ("ip link add hb0 type veth peer name hb1; ip link set hb1 master br0;"
+            "ip link set hb1 up; ip link set hb0 up; ip addr add 10.77.0.2/24 dev hb0")
+    second.run(make)
+    for node in pair:
+        node.configure()
+    first.start_daemon()
+    second.start_daemon(interface="hb0")
+    good = (lambda s: s.get("remoteAlive") is True
+            and s.get("readings", {}).get("remoteMDResync", {}).get("valid") is True)
+    for node in pair:
+        node.until(good, "alive and the peer service answers", 60)
+    second.run("ip link del hb0")
+    for node in pair:
+        node.until(lambda s: s.get("remoteAlive") is False, "the interface is gone")
+    second.run(make)
+    for node in pair:
+        took = node.until(good, "alive, and the peer service answers again", 60)
+        pair.note(f"node{node.number}: back after {took:.1f} s")
