@@ -1,0 +1,135 @@
+#include "hasupport/kernel/watched_disks.h"
+
+#include <sys/stat.h>
+
+#include <string_view>
+
+#include "hasupport/io/read_file.h"
+#include "hasupport/kernel/list_directory.h"
+
+namespace KORA::HA::Daemon::support {
+namespace {
+
+constexpr int depthLimit = 8;
+constexpr std::size_t diskLimit = 1024;
+constexpr std::size_t nameLimit = 64;
+
+using Names = std::set<std::string>;
+
+bool exists(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+bool startsWith(std::string_view text, std::string_view with) {
+    return text.substr(0, with.size()) == with;
+}
+
+/// True for a comma list that has `word` in it.
+bool listHas(std::string_view list, std::string_view word) {
+    while (!list.empty()) {
+        const auto comma = list.find(',');
+        if (list.substr(0, comma) == word) {
+            return true;
+        }
+        list.remove_prefix(comma == std::string_view::npos ? list.size() : comma + 1);
+    }
+    return false;
+}
+
+class Topology {
+  public:
+    explicit Topology(const KernelRoots& roots) : block_(roots.sys + "/block/") {}
+
+    /// Adds the disks under `device`, which may itself be one.
+    void addDisksUnder(const std::string& device, Names& disks, int depth = 0) const {
+        const std::string slaves = block_ + device + "/slaves";
+        const auto below = listDirectory(slaves);
+        if (!below || below->empty()) {
+            if (disks.size() < diskLimit) {
+                disks.insert(device);
+            }
+            return;
+        }
+        if (depth == depthLimit) {
+            return;
+        }
+        for (const std::string& name : *below) {
+            addDisksUnder(wholeDevice(name, slaves + "/" + name), disks, depth + 1);
+        }
+    }
+
+    /// The members of an array that md gave up.
+    void addFaultyMembers(const std::string& array, Names& disks) const {
+        const std::string md = block_ + array + "/md";
+        for (const std::string& entry : listDirectory(md, "dev-").value_or(Entries{})) {
+            std::string member = md;
+            member += "/" + entry;
+            if (listHas(readLine(member + "/state").value_or(""), "faulty")) {
+                addDisksUnder(wholeDevice(entry.substr(4), member + "/block"), disks);
+            }
+        }
+    }
+
+    bool isWatchable(const std::string& disk) const {
+        return exists(block_ + disk) && readLine(block_ + disk + "/removable").value_or("0") == "0";
+    }
+
+  private:
+    using Entries = std::vector<std::string>;
+
+    /// A partition has no entry of its own among the block devices; its directory lies within its
+    /// disk's.
+    std::string wholeDevice(const std::string& name, const std::string& link) const {
+        if (exists(block_ + name)) {
+            return name;
+        }
+        const std::string real = realPath(link);
+        const auto parent = std::string(baseName(real.substr(0, real.rfind('/'))));
+        return !parent.empty() && exists(block_ + parent) ? parent : name;
+    }
+
+    std::string block_;
+};
+
+std::string deviceName(std::string_view named) {
+    constexpr std::string_view directory = "/dev/";
+    if (startsWith(named, directory)) {
+        named.remove_prefix(directory.size());
+    }
+    const bool usable = !named.empty() && named.size() <= nameLimit && named.front() != '.' &&
+                        named.find('/') == std::string_view::npos;
+    return usable ? std::string(named) : std::string();
+}
+
+}  // namespace
+
+std::optional<Names> watchedDisks(const KernelRoots& roots, const std::vector<std::string>& named) {
+    const auto devices = listDirectory(roots.sys + "/block");
+    if (!devices) {
+        return std::nullopt;
+    }
+    const Topology topology(roots);
+    Names disks;
+    Names faulty;
+    for (const std::string& device : *devices) {
+        const bool isArray = startsWith(device, "md");
+        if (isArray) {
+            topology.addFaultyMembers(device, faulty);
+        }
+        if (isArray || startsWith(device, "drbd")) {
+            topology.addDisksUnder(device, disks);
+            disks.erase(device);  // without disks beneath, the volume itself came back
+        }
+    }
+    for (const std::string& name : named) {
+        disks.insert(deviceName(name));
+    }
+    for (auto disk = disks.begin(); disk != disks.end();) {
+        const bool keep = !disk->empty() && faulty.count(*disk) == 0 && topology.isWatchable(*disk);
+        disk = keep ? std::next(disk) : disks.erase(disk);
+    }
+    return disks;
+}
+
+}  // namespace KORA::HA::Daemon::support

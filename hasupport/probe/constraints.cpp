@@ -1,0 +1,66 @@
+#include "hasupport/probe/constraints.h"
+
+#include <chrono>
+#include <exception>
+
+#include "hasupport/io/notice.h"
+#include "hasupport/local_probes.h"
+#include "hasupport/peer/restart_record.h"
+#include "hasupport/probe/disk_err_process.h"
+#include "hasupport/probe/evaluate_constraints.h"
+#include "hasupport/settings/link_addresses.h"
+#include "hasupport/settings/support_settings.h"
+
+namespace KORA::HA::Daemon {
+namespace support {
+namespace {
+
+constexpr std::chrono::minutes restartPause{15};
+
+constinit Notice forbidden;
+
+ConstraintInput gatherInput() {
+    const KernelRoots roots;
+    const SupportSettings& settings = supportSettings();
+    ConstraintInput input;
+    input.drbd = readDrbd(roots, processDrbdsetup(), linkAddresses().remote);
+    input.drbdExpected = settings.drbd;
+    input.md = readMd(roots);
+    input.disks = peekAtDisks();
+    input.markerPath = settings.stampDirectory + "/maintenance";
+    input.restartAsked = restartAskedWithin(restartPause);
+    return input;
+}
+
+std::string joined(const std::vector<std::string>& reasons) {
+    std::string text = "the peer must not be restarted:";
+    for (const std::string& reason : reasons) {
+        text += " " + reason;
+    }
+    return text;
+}
+
+}  // namespace
+
+std::vector<std::string> currentConstraints() try {
+    return evaluateConstraints(gatherInput());
+} catch (const std::exception&) {
+    return {"The constraints cannot be evaluated."};
+}
+
+}  // namespace support
+
+// What cannot be judged forbids the restart: here true is the value that does no harm.
+bool isHadConstraints() try {
+    const auto reasons = support::currentConstraints();
+    if (reasons.empty()) {
+        support::forbidden.clear("nothing on this node forbids a restart of the peer any more");
+        return false;
+    }
+    support::forbidden.raise(support::joined(reasons));
+    return true;
+} catch (const std::exception&) {
+    return true;
+}
+
+}  // namespace KORA::HA::Daemon

@@ -1,0 +1,33 @@
+#include <algorithm>
+#include <exception>
+
+#include "hasupport/io/notice.h"
+#include "hasupport/kernel/drbd_view.h"
+#include "hasupport/local_probes.h"
+#include "hasupport/settings/link_addresses.h"
+#include "hasupport/status/readings.h"
+
+namespace KORA::HA::Daemon {
+namespace {
+
+constinit support::Notice unreadable;
+
+}  // namespace
+
+bool isDRBDConnect() try {
+    const support::DrbdView drbd = support::readDrbd(
+        support::KernelRoots{}, support::processDrbdsetup(), support::linkAddresses().remote);
+    if (drbd.answer == support::DrbdView::Answer::unknown) {
+        unreadable.raise("cannot tell whether DRBD is connected: " + drbd.reason);
+        support::noteFailed(support::Reading::drbdConnected, drbd.reason);
+        return false;
+    }
+    unreadable.clear("the state of DRBD can be told again");
+    support::noteGood(support::Reading::drbdConnected);
+    return std::any_of(drbd.resources.begin(), drbd.resources.end(),
+                       [](const support::DrbdResource& each) { return each.established; });
+} catch (const std::exception&) {
+    return false;
+}
+
+}  // namespace KORA::HA::Daemon

@@ -1,0 +1,31 @@
+#include <algorithm>
+#include <exception>
+
+#include "hasupport/io/notice.h"
+#include "hasupport/kernel/md_view.h"
+#include "hasupport/local_probes.h"
+#include "hasupport/status/readings.h"
+
+namespace KORA::HA::Daemon {
+namespace {
+
+constinit support::Notice unreadable;
+
+}  // namespace
+
+bool isMDResync() try {
+    const support::MdView md = support::readMd(support::KernelRoots{});
+    if (!md.known) {
+        unreadable.raise("cannot tell whether md resynchronises: " + md.reason);
+        support::noteFailed(support::Reading::localMDResync, md.reason);
+        return false;
+    }
+    unreadable.clear("the state of md can be told again");
+    support::noteGood(support::Reading::localMDResync);
+    return std::any_of(md.arrays.begin(), md.arrays.end(),
+                       [](const support::MdArray& array) { return array.resyncing; });
+} catch (const std::exception&) {
+    return false;
+}
+
+}  // namespace KORA::HA::Daemon
