@@ -4,7 +4,13 @@
 
 namespace KORA::HA::Daemon::support {
 
-/// The log that records go to: the one whose file name ends in ".record". Null when there is none.
+/// The live log whose file name ends in ".record", null when there is none. Any thread.
 DaemonLog* recordLog();
+/// The live log whose file name ends in ".log", null when there is none. Any thread.
+DaemonLog* messageLog();
+
+/// Called by the logs themselves as they come and go.
+void enlist(DaemonLog* log, const std::string& fileName);
+void dismiss(DaemonLog* log);
 
 }  // namespace KORA::HA::Daemon::support

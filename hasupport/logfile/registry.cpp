@@ -1,0 +1,39 @@
+#include "hasupport/logfile/registry.h"
+
+#include <array>
+#include <atomic>
+#include <string_view>
+
+namespace KORA::HA::Daemon::support {
+namespace {
+
+// Constant-initialised: logs are made before main.
+constinit std::atomic<DaemonLog*> theRecordLog{nullptr};
+constinit std::atomic<DaemonLog*> theMessageLog{nullptr};
+
+}  // namespace
+
+DaemonLog* recordLog() {
+    return theRecordLog;
+}
+DaemonLog* messageLog() {
+    return theMessageLog;
+}
+
+void enlist(DaemonLog* log, const std::string& fileName) {
+    const std::string_view name = fileName;
+    if (name.ends_with(".record")) {
+        theRecordLog = log;
+    } else if (name.ends_with(".log")) {
+        theMessageLog = log;
+    }
+}
+
+void dismiss(DaemonLog* log) {
+    for (auto* each : {&theRecordLog, &theMessageLog}) {
+        DaemonLog* expected = log;
+        each->compare_exchange_strong(expected, nullptr);
+    }
+}
+
+}  // namespace KORA::HA::Daemon::support
