@@ -30,7 +30,7 @@ void endChild(ChildProcess& child, pid_t pid, const RunLimits& limits) {
 
 }  // namespace
 
-int runProgram(const char* path, unsigned options, char* const* arguments,
+int runProgram(const char* path, unsigned options, const char* const* arguments,
                const RunLimits& limits) {
     if (path == nullptr || *path == '\0' || !isUsable(options)) {
         return failure(EINVAL);

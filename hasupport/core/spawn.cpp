@@ -14,7 +14,6 @@ namespace {
 
 constexpr int firstOwnDescriptor = 3;
 
-// posix_spawn takes its strings as char* const[] but never writes to them.
 // NOLINTBEGIN(modernize-avoid-c-arrays)
 constinit char pathVariable[] = "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 constinit char localeVariable[] = "LC_ALL=C";
@@ -59,10 +58,14 @@ class SpawnPlan {
         flags_ |= POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
     }
 
-    int start(const char* path, char* const* arguments, char* const* environment, pid_t& child) {
+    int start(const char* path, const char* const* arguments, char* const* environment,
+              pid_t& child) {
         note(::posix_spawnattr_setflags(&attributes_, static_cast<short>(flags_)));
         if (error_ == 0) {
-            note(::posix_spawn(&child, path, &actions_, &attributes_, arguments, environment));
+            // posix_spawn never writes to the strings, whatever its type says.
+            // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
+            auto* const strings = const_cast<char* const*>(arguments);
+            note(::posix_spawn(&child, path, &actions_, &attributes_, strings, environment));
         }
         return error_;
     }
@@ -82,7 +85,7 @@ class SpawnPlan {
 
 }  // namespace
 
-int spawnProgram(const char* path, unsigned options, char* const* arguments, pid_t& child) {
+int spawnProgram(const char* path, unsigned options, const char* const* arguments, pid_t& child) {
     SpawnPlan plan;
     if ((options & execNullStreams) != 0) {
         plan.nullStreams();
