@@ -2,24 +2,45 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <pthread.h>
 #include <sched.h>
+#include <sys/mount.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 namespace koraha::test {
 namespace {
 
-bool enterNamespaces() {
+bool enterNamespace(int kind) {
     const int user = ::geteuid() == 0 ? 0 : CLONE_NEWUSER;
-    if (::unshare(CLONE_NEWNET | user) != 0) {
-        ADD_FAILURE() << "no network namespace to be had: " << std::strerror(errno);
+    if (::unshare(kind | user) != 0) {
+        ADD_FAILURE() << "no namespace to be had: " << std::strerror(errno);
         return false;
     }
     return true;
+}
+
+void runInChild(const std::function<void()>& body) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        body();
+        (void)std::fflush(nullptr);
+        ::_exit(::testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "see the failures above";
 }
 
 }  // namespace
@@ -29,22 +50,52 @@ void command(const std::string& line) {
     EXPECT_EQ(std::system(line.c_str()), 0) << line;
 }
 
+void giveUpRawSockets() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    std::array<__user_cap_data_struct, 2> sets{};
+    ASSERT_EQ(::syscall(SYS_capget, &header, sets.data()), 0);
+    sets[0].effective &= ~(1U << unsigned{CAP_NET_RAW});
+    sets[0].permitted &= ~(1U << unsigned{CAP_NET_RAW});
+    ASSERT_EQ(::syscall(SYS_capset, &header, sets.data()), 0);
+}
+
+void onRoutineStack(const std::function<void()>& body) {
+#ifdef KORAHA_ROUTINE_STACK_BYTES
+    constexpr std::size_t stack = KORAHA_ROUTINE_STACK_BYTES;
+#else
+    constexpr std::size_t stack = std::size_t{80} * 1024;
+#endif
+    pthread_attr_t attributes;
+    ::pthread_attr_init(&attributes);
+    ASSERT_EQ(::pthread_attr_setstacksize(&attributes, stack), 0);
+    pthread_t thread{};
+    const auto run = [](void* given) -> void* {
+        (*static_cast<const std::function<void()>*>(given))();
+        return nullptr;
+    };
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the body is only called
+    ASSERT_EQ(
+        ::pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&body)), 0);
+    ::pthread_join(thread, nullptr);
+    ::pthread_attr_destroy(&attributes);
+}
+
 void inOwnNetwork(const std::function<void()>& body) {
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        if (enterNamespaces()) {
+    runInChild([&body] {
+        if (enterNamespace(CLONE_NEWNET)) {
             command("ip link set lo up");
             body();
         }
-        std::fflush(nullptr);
-        ::_exit(::testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "see the failures above";
+    });
+}
+
+void inOwnMounts(const std::function<void()>& body) {
+    runInChild([&body] {
+        if (enterNamespace(CLONE_NEWNS)) {
+            EXPECT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+            body();
+        }
+    });
 }
 
 }  // namespace koraha::test

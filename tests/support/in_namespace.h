@@ -10,7 +10,16 @@ namespace koraha::test {
 /// does a system that does not allow the namespaces.
 void inOwnNetwork(const std::function<void()>& body);
 
+/// The same with mounts of its own instead of a network.
+void inOwnMounts(const std::function<void()>& body);
+
 /// Runs a command line that must succeed, such as "ip link add ...".
 void command(const std::string& line);
+
+/// Takes CAP_NET_RAW from this thread. For use inside inOwnNetwork.
+void giveUpRawSockets();
+
+/// Runs `body` on a thread with the stack that the daemon's routines have.
+void onRoutineStack(const std::function<void()>& body);
 
 }  // namespace koraha::test

@@ -54,6 +54,17 @@ TEST(HeartbeatLatency, IsShortToAPromptPeer) {
     });
 }
 
+TEST(HeartbeatLatency, RunsOnTheStackOfARoutine) {
+    inOwnNetwork([] {
+        const TunPeer peer(TunPeer::honest);
+        useTunnel();
+        float latency = -1.0F;
+        koraha::test::onRoutineStack([&latency] { latency = heartbeatLatency(); });
+        EXPECT_GT(latency, 0.0F);
+        EXPECT_LT(latency, 1400.0F);
+    });
+}
+
 TEST(HeartbeatLatency, IsTheDelayOfASlowPeer) {
     inOwnNetwork([] {
         const TunPeer peer([](const Request& request) {

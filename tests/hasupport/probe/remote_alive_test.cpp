@@ -202,4 +202,28 @@ TEST(RemoteAlive, ALinkThatIsDownIsUnknown) {
     });
 }
 
+TEST(RemoteAlive, ADatagramSocketServesWhereARawOneIsNotAllowed) {
+    inOwnNetwork([] {
+        const TunPeer peer(TunPeer::honest);
+        useTunnel();
+        command("echo 0 2147483647 > /proc/sys/net/ipv4/ping_group_range");
+        koraha::test::giveUpRawSockets();
+        EXPECT_TRUE(IsRemoteAlive()());
+        useLink(TunPeer::localV6, TunPeer::remoteV6, TunPeer::device);
+        EXPECT_TRUE(IsRemoteAlive()());
+    });
+}
+
+TEST(RemoteAlive, WithoutTheRightToAnySocketItIsUnknown) {
+    inOwnNetwork([] {
+        const TunPeer peer(TunPeer::honest);
+        useTunnel();
+        command("echo 1 0 > /proc/sys/net/ipv4/ping_group_range");
+        koraha::test::giveUpRawSockets();
+        EXPECT_FALSE(IsRemoteAlive()());
+        EXPECT_FALSE(isValid());
+        EXPECT_EQ(reason(), "no ICMP socket: Permission denied");
+    });
+}
+
 }  // namespace

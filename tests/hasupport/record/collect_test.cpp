@@ -1,8 +1,11 @@
 #include "hasupport/record/collect.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
@@ -12,6 +15,7 @@
 #include "hasupport/kernel/mountinfo.h"
 #include "hasupport/status/history.h"
 #include "hasupport/status/readings.h"
+#include "tests/support/in_namespace.h"
 #include "tests/support/scratch_dir.h"
 
 namespace {
@@ -127,6 +131,31 @@ TEST_F(Collect, AMountThatIsNoLongerThereIsLeftOut) {
     EXPECT_TRUE(support::collectDiskUsage(roots(), sink()));
     EXPECT_THAT(lines_, IsEmpty());
     EXPECT_FALSE(support::collectDiskUsage({dir_.path("none"), ""}, sink()));
+}
+
+TEST_F(Collect, AFileSystemWhoseServerHangsHoldsNothingUp) {
+    koraha::test::inOwnMounts([this] {
+        // A user process serves this one, and never does: asking it for its usage takes for ever.
+        const int device = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
+        ASSERT_GE(device, 0);
+        const std::string options = "fd=" + std::to_string(device) +
+                                    ",rootmode=40000,user_id=" + std::to_string(::getuid()) +
+                                    ",group_id=" + std::to_string(::getgid());
+        ASSERT_EQ(::mount("/dev/fuse", dir_.path().c_str(), "fuse", 0, options.c_str()), 0);
+        EXPECT_TRUE(support::collectDiskUsage({}, sink()));
+        EXPECT_THAT(lines_, Not(Contains(HasSubstr(dir_.path()))));
+    });
+}
+
+TEST_F(Collect, RunsOnTheStackOfARoutine) {
+    koraha::test::onRoutineStack([this] {
+        Status status;
+        std::uint64_t mark = 0;
+        EXPECT_TRUE(support::collectMemory({}, sink()));
+        EXPECT_TRUE(support::collectProcesses({}, sink()));
+        EXPECT_TRUE(support::collectDiskUsage({}, sink()));
+        EXPECT_TRUE(support::collectStatus(status, mark, sink()));
+    });
 }
 
 TEST_F(Collect, TheStatusIsOneLineAndOneForEachReading) {
