@@ -16,7 +16,7 @@ class IpAddress {
     static std::optional<IpAddress> parse(const std::string& text, const std::string& interface);
 
     /// The address of a received packet; nothing when it is of another family.
-    static std::optional<IpAddress> from(const sockaddr_storage& address);
+    static std::optional<IpAddress> from(const sockaddr_storage& source);
 
     int family() const { return v6_.sin6_family; }
     const sockaddr* data() const;

@@ -20,15 +20,15 @@ RecordLine::RecordLine(std::string_view kind) : line_("record=") {
     line_ += kind;
 }
 
-void RecordLine::key(std::string_view key) {
+void RecordLine::begin(std::string_view key) {
     line_ += ' ';
     line_ += key;
     line_ += '=';
 }
 
-RecordLine& RecordLine::text(std::string_view name, std::string_view value) {
+RecordLine& RecordLine::text(std::string_view key, std::string_view value) {
     constexpr std::string_view digits = "0123456789abcdef";
-    key(name);
+    begin(key);
     for (const char c : value.substr(0, valueLimit)) {
         if (isPlain(c)) {
             line_ += c;
@@ -42,36 +42,37 @@ RecordLine& RecordLine::text(std::string_view name, std::string_view value) {
     return *this;
 }
 
-RecordLine& RecordLine::number(std::string_view name, std::uint64_t value) {
-    key(name);
+RecordLine& RecordLine::number(std::string_view key, std::uint64_t value) {
+    begin(key);
     line_ += std::to_string(value);
     return *this;
 }
 
-RecordLine& RecordLine::real(std::string_view name, double value) {
+RecordLine& RecordLine::real(std::string_view key, double value) {
     std::array<char, 64> out{};
     // A float's largest value has 39 digits before the point.
-    std::snprintf(out.data(), out.size(), "%.6f", value);
-    key(name);
+    (void)std::snprintf(out.data(), out.size(), "%.6f", value);
+    begin(key);
     line_ += out.data();
     return *this;
 }
 
-RecordLine& RecordLine::flag(std::string_view name, bool value) {
-    return text(name, value ? "true" : "false");
+RecordLine& RecordLine::flag(std::string_view key, bool value) {
+    return text(key, value ? "true" : "false");
 }
 
-RecordLine& RecordLine::time(std::string_view name, std::chrono::system_clock::time_point value) {
+RecordLine& RecordLine::time(std::string_view key, std::chrono::system_clock::time_point value) {
     const auto whole = std::chrono::floor<std::chrono::seconds>(value);
     const auto rest = std::chrono::floor<std::chrono::milliseconds>(value - whole);
     const std::time_t seconds = std::chrono::system_clock::to_time_t(whole);
     std::tm parts{};
     ::gmtime_r(&seconds, &parts);
     std::array<char, 48> day{};
-    std::strftime(day.data(), day.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+    (void)std::strftime(day.data(), day.size(), "%Y-%m-%dT%H:%M:%S", &parts);
     std::array<char, 64> out{};
-    std::snprintf(out.data(), out.size(), "%s.%03dZ", day.data(), static_cast<int>(rest.count()));
-    return text(name, out.data());
+    (void)std::snprintf(out.data(), out.size(), "%s.%03dZ", day.data(),
+                        static_cast<int>(rest.count()));
+    return text(key, out.data());
 }
 
 }  // namespace KORA::HA::Daemon::support

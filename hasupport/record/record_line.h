@@ -28,7 +28,7 @@ class RecordLine {
     const std::string& str() const { return line_; }
 
   private:
-    void key(std::string_view key);
+    void begin(std::string_view key);
 
     std::string line_;
 };

@@ -11,7 +11,7 @@ namespace KORA::HA::Daemon {
 class KORAHA_EXPORT InterfaceChecker {
   public:
     InterfaceChecker();
-    ~InterfaceChecker();
+    ~InterfaceChecker();  // NOLINT(performance-trivially-destructible): defines nothing inline
 
     /// Writes failed / (good + failed) packets since the previous reading, both directions: a
     /// fraction from 0 to 1. The first reading, one after a counter went back, and one without
