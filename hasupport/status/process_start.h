@@ -1,0 +1,10 @@
+#pragma once
+
+#include "hasupport/io/deadline.h"
+
+namespace KORA::HA::Daemon::support {
+
+/// When this library was loaded, which is when the process started.
+SteadyClock::time_point processStart();
+
+}  // namespace KORA::HA::Daemon::support
