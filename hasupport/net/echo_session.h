@@ -9,12 +9,14 @@
 namespace KORA::HA::Daemon::support {
 
 /// The echoes of one probe: one socket, one identifier, one random cookie. The socket is opened at
-/// the first send and, after a send that failed, again at the next one, so that a link that comes
-/// back within the probe is used. One thread.
+/// the first send at the latest and, after a send that failed, again at the next one, so that a
+/// link that comes back within the probe is used. One thread.
 class EchoSession {
   public:
     explicit EchoSession(const LinkAddresses& link);
 
+    /// Opens the socket where there is none; done here, it takes none of the first echo's time.
+    bool open();
     /// Sends the echo with this sequence number; false when it did not go out.
     bool send(std::uint16_t sequence);
     /// The next reply to any echo of this session; nothing at the deadline, never sooner.
@@ -26,8 +28,6 @@ class EchoSession {
     const std::string& reason() const { return problem_.reason; }
 
   private:
-    bool open();
-
     LinkAddresses link_;
     Echo echo_;
     EchoProblem problem_;

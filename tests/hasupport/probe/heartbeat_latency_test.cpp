@@ -1,7 +1,12 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <cmath>
+#include <csignal>
+#include <thread>
 
 #include "hasupport/local_probes.h"
 #include "hasupport/replication_link.h"
@@ -142,6 +147,42 @@ TEST(HeartbeatLatency, DuplicateRepliesCountOnce) {
         });
         useTunnel();
         EXPECT_GE(heartbeatLatency(), 1500.0F);
+    });
+}
+
+/// The latency to lo as a process measures it that is stopped after `before`, for longer than the
+/// measurement may take.
+float latencyWhenStopped(std::chrono::milliseconds before) {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe(ends.data()), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const float latency = heartbeatLatency();
+        const bool told = ::write(ends[1], &latency, sizeof latency) == sizeof latency;
+        ::_exit(told ? 0 : 1);
+    }
+    std::this_thread::sleep_for(before);
+    ::kill(child, SIGSTOP);
+    std::this_thread::sleep_for(1700ms);
+    ::kill(child, SIGCONT);
+    float latency = -1.0F;
+    EXPECT_EQ(::read(ends[0], &latency, sizeof latency), static_cast<ssize_t>(sizeof latency));
+    ::waitpid(child, nullptr, 0);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    return latency;
+}
+
+TEST(HeartbeatLatency, OurOwnDelayIsNotThePeers) {
+    inOwnNetwork([] {
+        localIP("127.0.0.1");
+        remoteIP("127.0.0.2");
+        drbdIF("lo");
+        for (const auto before : {1ms, 10ms, 30ms, 70ms}) {
+            const float latency = latencyWhenStopped(before);
+            EXPECT_GT(latency, 0.0F);
+            EXPECT_LT(latency, 1000.0F) << "stopped after " << before.count() << " ms";
+        }
     });
 }
 
