@@ -1,0 +1,36 @@
+#include <exception>
+
+#include "hasupport/peer/remote_state.h"
+#include "hasupport/remote_probes.h"
+#include "hasupport/status/readings.h"
+
+namespace KORA::HA::Daemon {
+namespace {
+
+using support::Reading;
+
+bool doesPeerResync() {
+    const support::RemoteState remote = support::askForState();
+    if (!remote.state) {
+        support::noteFailed(Reading::remoteMDResync, remote.problem);
+        return false;
+    }
+    if (!remote.state->mdResyncUnknown.empty()) {
+        support::noteFailed(Reading::remoteMDResync,
+                            "unknown to the peer: " + remote.state->mdResyncUnknown);
+        return false;
+    }
+    support::noteGood(Reading::remoteMDResync);
+    return remote.state->mdResync;
+}
+
+}  // namespace
+
+IsRemoteMDResync::IsRemoteMDResync() = default;
+IsRemoteMDResync::~IsRemoteMDResync() = default;
+
+bool IsRemoteMDResync::operator()() try { return doesPeerResync(); } catch (const std::exception&) {
+    return false;
+}
+
+}  // namespace KORA::HA::Daemon
