@@ -30,6 +30,7 @@ bool EchoSession::open() {
     }
     const auto route = planRoute(link_, problem_);
     if (route) {
+        problem_ = {};
         socket_ = EchoSocket::open(*route, problem_);
     }
     return socket_.has_value();

@@ -4,6 +4,7 @@
 
 #include "hasupport/kernel/interface_name.h"
 #include "tests/support/scratch_dir.h"
+#include "tests/support/test_data.h"
 
 namespace {
 
@@ -12,6 +13,7 @@ using KORA::HA::Daemon::support::isInterfaceName;
 using KORA::HA::Daemon::support::KernelRoots;
 using KORA::HA::Daemon::support::NetCounters;
 using KORA::HA::Daemon::support::readNetCounters;
+using koraha::test::capturedRoots;
 using koraha::test::ScratchDir;
 
 class Counters : public ::testing::Test {
@@ -65,6 +67,24 @@ TEST_F(Counters, GivesNothingForWhatItCannotRead) {
 TEST_F(Counters, DoesWithoutTheInterfacesNumber) {
     dir_.write("class/net/eth1/ifindex", "");
     EXPECT_EQ(readNetCounters(roots(), "eth1").value().interface, 0U);
+}
+
+TEST(CapturedCounters, AreReadAsTheKernelShowedThem) {
+    const auto healthy = readNetCounters(capturedRoots("net-healthy"), "eth0").value();
+    EXPECT_EQ(healthy.good, 13U);
+    EXPECT_EQ(healthy.failed, 0U);
+    EXPECT_EQ(healthy.interface, 2U);
+    EXPECT_EQ(readNetCounters(capturedRoots("net-vlan"), "eth0.100").value().good, 11U);
+    EXPECT_EQ(readNetCounters(capturedRoots("net-bond"), "bond0").value().good, 13U);
+    EXPECT_TRUE(readNetCounters(capturedRoots("net-no-carrier"), "eth0"));
+    EXPECT_FALSE(readNetCounters(capturedRoots("net-healthy"), "bond0"));
+}
+
+TEST(CapturedCounters, FramesNobodyAskedForAreNoFailures) {
+    const auto before = readNetCounters(capturedRoots("net-healthy"), "eth0");
+    const auto after = readNetCounters(capturedRoots("net-rx-dropped"), "eth0").value();
+    EXPECT_GT(after.good, before.value().good);
+    EXPECT_EQ(failureRate(before, after), 0.0F);
 }
 
 TEST(FailureRate, IsTheShareOfFailedPacketsSinceTheLastReading) {
