@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hasupport/export.h"
 #include "hasupport/io/deadline.h"
 
 namespace KORA::HA::Daemon::support {
@@ -13,7 +14,7 @@ struct RunLimits {
 /// What VLIBCExecl does, with a null-terminated argument list (argv[0] first). The exit status,
 /// 128 + N when signal N ended the program, or -1 with the reason in errno: it could not be run
 /// (ETIMEDOUT: it ran past its limit and was ended). Any thread.
-int runProgram(const char* path, unsigned options, const char* const* arguments,
+KORAHA_EXPORT int runProgram(const char* path, unsigned options, const char* const* arguments,
                const RunLimits& limits = {});
 
 }  // namespace KORA::HA::Daemon::support

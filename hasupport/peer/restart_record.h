@@ -28,4 +28,7 @@ bool restartAskedWithin(std::chrono::seconds span);
 /// Notes, for the record, that the peer was seen alive or not; called by the liveness probe.
 void noteRestartProgress(bool peerAlive);
 
+/// A restart was just asked for: its progress is watched from now on.
+void expectRestartProgress();
+
 }  // namespace KORA::HA::Daemon::support

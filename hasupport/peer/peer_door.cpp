@@ -1,0 +1,142 @@
+#include "hasupport/peer/peer_door.h"
+
+#include <net/if.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "hasupport/peer/peer_requests.h"
+#include "hasupport/settings/link_addresses.h"
+#include "hasupport/settings/support_settings.h"
+
+namespace KORA::HA::Daemon::support {
+namespace {
+
+constexpr std::size_t connectionLimit = 8;
+constexpr std::chrono::seconds retryEvery{1};
+constexpr std::chrono::seconds refusalEvery{10};
+
+}  // namespace
+
+void PeerDoor::collect(std::vector<pollfd>& fds, SteadyClock::time_point& wakeAt) {
+    keepListener();
+    listens_ = static_cast<bool>(listener_);
+    if (listens_) {
+        fds.push_back({listener_.get(), POLLIN, 0});
+    } else {
+        wakeAt = std::min(wakeAt, SteadyClock::now() + retryEvery);
+    }
+    for (const auto& connection : connections_) {
+        fds.push_back({connection->fd(), connection->events(), 0});
+        wakeAt = std::min(wakeAt, connection->endsAt());
+    }
+}
+
+bool PeerDoor::serve(std::span<const pollfd> own, Status& status) {
+    const PeerRequestHandler handler = [&](std::string_view payload, bool authenticated) {
+        return answerPeer(payload, authenticated, status);
+    };
+    const auto clients = own.subspan(listens_ ? 1 : 0);
+    for (std::size_t i = 0; i < clients.size(); ++i) {
+        if (clients[i].revents != 0) {
+            connections_[i]->serve(handler);
+        }
+    }
+    dropDone();
+    if (listens_ && own.front().revents != 0) {
+        acceptAll();
+    }
+    return true;
+}
+
+void PeerDoor::keepListener() {
+    const LinkAddresses link = linkAddresses();
+    std::string problem = readPeerKeys(supportSettings().peerKeyPath).problem;
+    const auto route = planPeerRoute(link, problem);
+    const unsigned index = ::if_nametoindex(link.interface.c_str());
+    if (!problem.empty() || !route) {
+        listener_.reset();
+        closed_.raise("the peer is not served: " + problem);
+    } else if (index == 0) {
+        listener_.reset();
+        closed_.raise("the peer is not served: there is no interface " + link.interface);
+    } else if (!listener_ || index != interfaceIndex_) {
+        interfaceIndex_ = index;
+        open(*route);
+    }
+}
+
+void PeerDoor::open(const PeerRoute& route) {
+    listener_.reset();
+    listener_ = listenForPeer(route, supportSettings().peerPort);
+    if (listener_) {
+        closed_.clear("the peer is served again");
+    } else {
+        closed_.raise(std::string("the peer is not served: ") + std::strerror(errno));
+    }
+}
+
+void PeerDoor::acceptAll() {
+    for (std::size_t i = 0; i < connectionLimit; ++i) {
+        sockaddr_storage address{};
+        socklen_t size = sizeof address;
+        UniqueFd fd(::accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size,
+                              SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (!fd) {
+            return;
+        }
+        if (const auto from = IpAddress::from(address)) {
+            takeIn(std::move(fd), *from);
+        }
+    }
+}
+
+void PeerDoor::takeIn(UniqueFd fd, const IpAddress& from) {
+    const LinkAddresses link = linkAddresses();
+    const auto peer = IpAddress::parse(link.remote, link.interface);
+    if (!peer || !from.sameHost(*peer)) {
+        tellRefusal("a connection from an address that is not the peer's");
+        return;
+    }
+    if (connections_.size() >= connectionLimit) {
+        makeRoom();
+    }
+    connections_.push_back(std::make_unique<PeerConnection>(
+        std::move(fd), readPeerKeys(supportSettings().peerKeyPath), SteadyClock::now()));
+}
+
+// The oldest one that has not proved itself goes first.
+void PeerDoor::makeRoom() {
+    auto going = std::find_if(connections_.begin(), connections_.end(),
+                              [](const auto& each) { return !each->authenticated(); });
+    connections_.erase(going == connections_.end() ? connections_.begin() : going);
+}
+
+void PeerDoor::dropDone() {
+    const auto now = SteadyClock::now();
+    for (const auto& connection : connections_) {
+        if (connection->done() && !connection->refusal().empty()) {
+            tellRefusal(connection->refusal());
+        }
+    }
+    std::erase_if(connections_,
+                  [&](const auto& each) { return each->done() || now >= each->endsAt(); });
+}
+
+// At a bounded rate: whoever is refused must not fill the system log.
+void PeerDoor::tellRefusal(const std::string& reason) {
+    const auto now = SteadyClock::now();
+    if (now < nextRefusalAt_) {
+        ++untoldRefusals_;
+        return;
+    }
+    nextRefusalAt_ = now + refusalEvery;
+    const unsigned untold = std::exchange(untoldRefusals_, 0);
+    notify("refused on the peer's port: " + reason +
+           (untold > 0 ? " (and " + std::to_string(untold) + " more before)" : ""));
+}
+
+}  // namespace KORA::HA::Daemon::support

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace KORA::HA::Daemon::support {
+
+/// What restarting this machine does to the world. There is one; tests replace it, so that no test
+/// can ever restart the machine it runs on.
+class RestartAction {
+  public:
+    RestartAction() = default;
+    virtual ~RestartAction() = default;
+    RestartAction(const RestartAction&) = delete;
+    RestartAction& operator=(const RestartAction&) = delete;
+
+    /// Makes sure that the machine restarts 30 s from now whatever happens to this process and to
+    /// its disks. False when that cannot be promised.
+    virtual bool armForced() = 0;
+    /// Starts the orderly restart and does not wait for it.
+    virtual bool startOrderly() = 0;
+    /// Leaves the reason where it outlives the restart: daemon log, system log, kernel log.
+    virtual void tell(const std::string& reason) = 0;
+};
+
+/// The real thing; or, where the settings name an orderlyCommand, that command and nothing else.
+RestartAction& restartAction();
+
+/// For tests only. Null brings the real one back.
+void TEST_replaceRestartAction(RestartAction* action);
+
+}  // namespace KORA::HA::Daemon::support

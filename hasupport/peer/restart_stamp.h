@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace KORA::HA::Daemon::support {
+
+/// The moment of a restart, asked for or obeyed, as it stands on disk.
+struct RestartStamp {
+    std::string bootId;
+    std::int64_t bootSeconds = 0;
+    std::int64_t wallSeconds = 0;
+    std::string reason;
+    std::string outcome;
+    std::int64_t leftSeconds = 0;  ///< wall time; 0: not yet
+    std::int64_t backSeconds = 0;
+
+    /// A stamp of now.
+    static RestartStamp now(std::string reason, std::string outcome);
+
+    /// How long ago it was: by the boot clock within the same boot, else by the wall clock, whose
+    /// steps count as time passed neither way.
+    std::chrono::seconds age() const;
+};
+
+/// What stands at `path`. `unreadable`: something does, but nobody can tell what.
+struct StampFile {
+    std::optional<RestartStamp> stamp;
+    bool unreadable = false;
+};
+StampFile readStamp(const std::string& path);
+
+/// Replaces the file at once and as a whole, and has it on the disk when it returns true.
+bool writeStamp(const std::string& path, const RestartStamp& stamp);
+
+/// Where the two stamps lie: of the restart that this node asked for, and that it obeyed.
+std::string askedStampPath();
+std::string obeyedStampPath();
+
+}  // namespace KORA::HA::Daemon::support
