@@ -1,0 +1,187 @@
+#include "tools/check_config.h"
+
+#include <json/reader.h>
+#include <json/value.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <ostream>
+
+#include "config/config_table.h"
+#include "config/number_text.h"
+
+namespace korahamonctl {
+namespace {
+
+using KORA::HA::Daemon::configTable;
+using KORA::HA::Daemon::ConfType;
+
+constexpr double probeBoundMs = 1500;  // a lost heartbeat reads as the time waited for it
+constexpr double practicallyNever = 7.0 * 24 * 3600;
+constexpr std::size_t nearEnough = 6;
+
+std::size_t editDistance(const std::string& a, const std::string& b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+std::string nearestKey(const std::string& unknown) {
+    std::string nearest;
+    std::size_t least = nearEnough + 1;
+    for (const auto& [type, entry] : configTable()) {
+        const std::size_t distance = editDistance(unknown, entry.first);
+        if (distance < least) {
+            least = distance;
+            nearest = entry.first;
+        }
+    }
+    return nearest;
+}
+
+bool isInterval(ConfType type) {
+    return type < 1000;
+}
+bool isRest(ConfType type) {
+    return type >= 1000 && type < 2000;
+}
+bool isReal(ConfType type) {
+    return type == KORA::HA::Daemon::THR_OF_HB_LATENCY ||
+           type == KORA::HA::Daemon::THR_OF_HB_PKT_DROP;
+}
+
+void judgeNumber(ConfType type, const std::string& key, double value, ConfigFindings& findings) {
+    const auto problem = [&](const std::string& text) {
+        findings.problems.push_back(key + ": " + text);
+    };
+    if (isInterval(type) && value < 0) {
+        problem("a negative interval pauses practically for ever");
+    } else if (isInterval(type) && value < 1) {
+        problem("an interval of 0 makes the loop run without a pause");
+    } else if (isRest(type) && value < 0) {
+        problem("a negative count makes the task run once and then practically never");
+    } else if ((isInterval(type) || isRest(type)) && value > practicallyNever) {
+        problem("so large a value means practically never");
+    }
+    if (type == KORA::HA::Daemon::THR_OF_HB_LATENCY && value >= probeBoundMs) {
+        problem("at or above 1500 ms, the probe's own bound, a dead link reads as normal");
+    }
+    if (type == KORA::HA::Daemon::THR_OF_HB_PKT_DROP && value > 1) {
+        problem("a rate is a fraction and never above 1: this never notifies");
+    }
+    if (type >= 2000 && type < 3000 && value <= 0) {
+        problem("a threshold of 0 or less is reached by every sample");
+    }
+    if (type == KORA::HA::Daemon::SIZE_MAX_OF_LOG_FILE && value < 1) {
+        problem("every log is too large for this size and is rotated at each check");
+    }
+}
+
+void checkMember(ConfType type, const std::string& key, const Json::Value& value,
+                 ConfigFindings& findings) {
+    if (value.isArray() || value.isObject()) {
+        findings.problems.push_back(key + ": a list or an object ends the daemon when it is read");
+    } else if (value.isString()) {
+        const auto number = KORA::HA::Daemon::floatFromText(value.asString());
+        if (!number) {
+            findings.problems.push_back(key + ": \"" + value.asString() +
+                                        "\" spells no number, so the default holds");
+            return;
+        }
+        findings.notes.push_back(key + ": a text that spells a number counts as that number");
+        judgeNumber(type, key, *number, findings);
+    } else if (value.isNumeric()) {
+        if (!isReal(type) && !value.isInt() && value.asDouble() > -2147483649.0 &&
+            value.asDouble() < 2147483648.0) {
+            findings.notes.push_back(key + ": a whole number is read, the fraction is cut off");
+        } else if (!isReal(type) && !value.isInt()) {
+            findings.problems.push_back(key + ": out of range; it ends the daemon when it is read");
+        }
+        judgeNumber(type, key, value.asDouble(), findings);
+    } else {
+        findings.problems.push_back(key + ": neither a number nor a text that spells one");
+    }
+}
+
+void checkMembers(const Json::Value& file, ConfigFindings& findings) {
+    for (const std::string& key : file.getMemberNames()) {
+        const auto known = std::find_if(configTable().begin(), configTable().end(),
+                                        [&](const auto& row) { return row.second.first == key; });
+        if (known != configTable().end()) {
+            checkMember(known->first, key, file[key], findings);
+            continue;
+        }
+        const std::string nearest = nearestKey(key);
+        findings.problems.push_back(key + ": no such setting, it is ignored" +
+                                    (nearest.empty() ? "" : "; is " + nearest + " meant?"));
+    }
+}
+
+}  // namespace
+
+ConfigFindings checkConfigText(const std::string& text) {
+    ConfigFindings findings;
+    try {
+        Json::Value file;
+        std::string errors;
+        const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+        if (!reader->parse(text.data(), text.data() + text.size(), &file, &errors)) {
+            findings.problems.push_back("does not parse, so the daemon does not start: " + errors);
+        } else if (!file.isObject()) {
+            findings.problems.emplace_back("is no JSON object, so every setting keeps its default");
+        } else {
+            checkMembers(file, findings);
+        }
+    } catch (const std::exception& e) {
+        findings.problems.push_back(std::string("does not parse, so the daemon does not start: ") +
+                                    e.what());
+    }
+    return findings;
+}
+
+int checkConfigFile(const std::string& path, std::ostream& out, std::ostream& err) {
+    std::ifstream file(path);
+    if (!file) {
+        if (errno == ENOENT) {
+            out << path << ": no such file, all settings keep their defaults\n";
+            return 0;
+        }
+        err << path << ": " << std::strerror(errno) << '\n';
+        return 1;
+    }
+    std::string text;
+    try {
+        text.assign(std::istreambuf_iterator<char>(file), {});
+    } catch (const std::exception& e) {
+        err << path << ": " << e.what() << '\n';
+        return 1;
+    }
+    const ConfigFindings findings = checkConfigText(text);
+    for (const std::string& note : findings.notes) {
+        out << path << ": note: " << note << '\n';
+    }
+    for (const std::string& problem : findings.problems) {
+        out << path << ": " << problem << '\n';
+    }
+    if (findings.problems.empty()) {
+        out << path << ": fine\n";
+    }
+    return findings.problems.empty() ? 0 : 1;
+}
+
+}  // namespace korahamonctl

@@ -1,0 +1,81 @@
+#include "tools/daemon_client.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+namespace korahamonctl {
+namespace {
+
+constexpr std::size_t lineLimit = std::size_t{16} << 20U;
+
+bool belongsToRoot(int fd) {
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    return ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == 0;
+}
+
+}  // namespace
+
+DaemonClient::DaemonClient(const std::string& path, std::string& problem) {
+    problem = open(path);
+}
+
+DaemonClient::~DaemonClient() {
+    if (fd_ >= 0) {
+        ::close(fd_);
+    }
+}
+
+std::string DaemonClient::open(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        return "the socket's path is too long";
+    }
+    path.copy(address.sun_path, path.size());
+    fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd_ < 0 ||
+        ::connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        return std::strerror(errno);
+    }
+    return belongsToRoot(fd_) ? "" : "the server there is not root's, so it is not believed";
+}
+
+bool DaemonClient::send(const std::string& line) {
+    const std::string bytes = line + "\n";
+    return ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
+           static_cast<ssize_t>(bytes.size());
+}
+
+std::optional<std::string> DaemonClient::receive(int timeoutMs) {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    std::array<char, 4096> chunk{};
+    for (;;) {
+        if (const auto newline = buffer_.find('\n'); newline != std::string::npos) {
+            std::string line = buffer_.substr(0, newline);
+            buffer_.erase(0, newline + 1);
+            return line;
+        }
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        pollfd waiting{fd_, POLLIN, 0};
+        const int ready = left > 0 ? ::poll(&waiting, 1, static_cast<int>(left)) : 0;
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        const ssize_t got = ready > 0 ? ::recv(fd_, chunk.data(), chunk.size(), 0) : 0;
+        if (got <= 0 || buffer_.size() > lineLimit) {
+            return std::nullopt;
+        }
+        buffer_.append(chunk.data(), static_cast<std::size_t>(got));
+    }
+}
+
+}  // namespace korahamonctl

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace korahamonctl {
+
+/// A connection to the daemon's status socket; believes only a server of root. Used by one thread.
+class DaemonClient {
+  public:
+    /// Connects; what went wrong is in `problem`, empty when nothing did.
+    DaemonClient(const std::string& path, std::string& problem);
+    ~DaemonClient();
+    DaemonClient(const DaemonClient&) = delete;
+    DaemonClient& operator=(const DaemonClient&) = delete;
+
+    /// Sends one request line.
+    bool send(const std::string& line);
+    /// The next line without its end; nothing when none came within `timeoutMs`, or the daemon
+    /// left.
+    std::optional<std::string> receive(int timeoutMs);
+
+  private:
+    std::string open(const std::string& path);
+
+    int fd_ = -1;
+    std::string buffer_;
+};
+
+}  // namespace korahamonctl

@@ -1,0 +1,74 @@
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "tools/check_config.h"
+#include "tools/peer_key_command.h"
+#include "tools/status_command.h"
+
+namespace {
+
+using namespace korahamonctl;  // NOLINT(google-build-using-namespace): this is the tool
+
+constexpr int usage = 2;
+
+void addStatus(CLI::App& app, StatusOptions& options, int& result) {
+    auto* status = app.add_subcommand("status", "Show the health of this node and of its peer");
+    status->add_flag("--json", options.json, "One JSON object, as the daemon gave it");
+    status->callback([&] { result = showStatus(options, std::cout, std::cerr); });
+    auto* watch = app.add_subcommand("watch", "Show the health now and after every change");
+    watch->add_flag("--json", options.json, "One JSON object per line");
+    watch->callback([&] { result = watchStatus(options, std::cout, std::cerr); });
+}
+
+void addCheckConfig(CLI::App& app, std::string& file, int& result) {
+    auto* check =
+        app.add_subcommand("check-config", "Tell what the daemon will make of its configuration");
+    check->add_option("FILE", file, "The file to check")->capture_default_str();
+    check->callback([&] { result = checkConfigFile(file, std::cout, std::cerr); });
+}
+
+void addPeerKey(CLI::App& app, PeerKeyOptions& options, int& result) {
+    auto* key = app.add_subcommand("peer-key", "The key that both nodes hold");
+    key->add_option("--file", options.path, "Where the key lies")->capture_default_str();
+    key->require_subcommand(1);
+    auto* make = key->add_subcommand("new", "Make a key; never overwrites one");
+    auto* next = make->add_flag("--next", options.next, "Make the key to come, beside this one");
+    make->add_flag("--commit", options.commit, "Put the key to come in force")->excludes(next);
+    make->callback([&] { result = newPeerKey(options, std::cout, std::cerr); });
+    auto* show = key->add_subcommand("show-fingerprint", "Show what must be equal on both nodes");
+    show->callback([&] { result = showFingerprint(options, std::cout, std::cerr); });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+    CLI::App app("Looks at the remote monitor daemon of this node, and prepares it.",
+                 "korahamonctl");
+    app.set_version_flag("--version", std::string("korahamonctl ") + KORAHA_VERSION);
+    app.require_subcommand(1);
+    app.footer(
+        "Exit codes of status: 0 all well; 1 the peer is not alive, DRBD is not connected, error\n"
+        "handling on either node, a degraded array, or an invalid or stale value; 2 usage; 3 the\n"
+        "daemon does not answer.");
+    StatusOptions status;
+    PeerKeyOptions key;
+    std::string configFile = "/var/lib/ha/remote_mond.conf";
+    int result = 0;
+    app.add_option("--socket", status.socketPath, "The daemon's status socket")
+        ->capture_default_str();
+    app.fallthrough();
+    addStatus(app, status, result);
+    addCheckConfig(app, configFile, result);
+    addPeerKey(app, key, result);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? 0 : usage;
+    }
+    return result;
+} catch (const std::exception& e) {
+    std::cerr << "korahamonctl: " << e.what() << '\n';
+    return 1;
+}

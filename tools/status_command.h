@@ -1,0 +1,19 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+namespace korahamonctl {
+
+struct StatusOptions {
+    std::string socketPath = "/tmp/.ha_daemon.socket";
+    bool json = false;
+};
+
+/// Asks once and prints; the exit code.
+int showStatus(const StatusOptions& options, std::ostream& out, std::ostream& err);
+
+/// Prints one line now and one for every change, until the daemon leaves; the exit code.
+int watchStatus(const StatusOptions& options, std::ostream& out, std::ostream& err);
+
+}  // namespace korahamonctl
