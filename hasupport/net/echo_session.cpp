@@ -16,7 +16,7 @@ Echo newEcho() {
         std::uint64_t cookie;
         std::uint16_t id;
     } random{static_cast<std::uint64_t>(Moment::now().wall.count()), 1};
-    (void)::getrandom(&random, sizeof random, GRND_NONBLOCK);
+    [[maybe_unused]] const ssize_t filled = ::getrandom(&random, sizeof random, GRND_NONBLOCK);
     return Echo{random.id, 0, random.cookie};
 }
 
