@@ -48,7 +48,7 @@ std::string DaemonClient::open(const std::string& path) {
     return belongsToRoot(fd_) ? "" : "the server there is not root's, so it is not believed";
 }
 
-bool DaemonClient::send(const std::string& line) {
+bool DaemonClient::send(const std::string& line) const {
     const std::string bytes = line + "\n";
     return ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
            static_cast<ssize_t>(bytes.size());

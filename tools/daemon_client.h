@@ -15,7 +15,7 @@ class DaemonClient {
     DaemonClient& operator=(const DaemonClient&) = delete;
 
     /// Sends one request line.
-    bool send(const std::string& line);
+    bool send(const std::string& line) const;
     /// The next line without its end; nothing when none came within `timeoutMs`, or the daemon
     /// left.
     std::optional<std::string> receive(int timeoutMs);

@@ -15,6 +15,6 @@ struct RunLimits {
 /// 128 + N when signal N ended the program, or -1 with the reason in errno: it could not be run
 /// (ETIMEDOUT: it ran past its limit and was ended). Any thread.
 KORAHA_EXPORT int runProgram(const char* path, unsigned options, const char* const* arguments,
-               const RunLimits& limits = {});
+                             const RunLimits& limits = {});
 
 }  // namespace KORA::HA::Daemon::support

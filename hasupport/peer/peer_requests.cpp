@@ -58,7 +58,7 @@ Json::Value parseRequest(std::string_view payload) {
     if (!jsonIsBounded(payload, requestLimit, depthLimit) ||
         !reader->parse(payload.data(), payload.data() + payload.size(), &request, &errors) ||
         !request.isObject()) {
-        return Json::Value(Json::objectValue);
+        request = Json::Value(Json::objectValue);
     }
     return request;
 }

@@ -71,6 +71,7 @@ std::string request(const std::string& reason) {
 std::string runCommand() {
     const std::vector<std::string>& words = supportSettings().restartCommand;
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));  // running does not write to them
     }
@@ -84,7 +85,7 @@ std::string carryOut(const std::string& reason) {
     if (method == RestartMethod::command) {
         return runCommand();
     }
-    const std::string outcome = request(reason);
+    std::string outcome = request(reason);
     if (outcome == accepted || method == RestartMethod::request) {
         return outcome;
     }

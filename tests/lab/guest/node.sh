@@ -1,4 +1,5 @@
 #!/bin/sh
+# shellcheck disable=SC2013 # the words of the command line are what is meant
 # Process 1 of a lab node: sets the machine up, then obeys the commands that come through the serial
 # port from the host, one line each: ID, a blank, the command in base64. The answer: ID, exit status,
 # output in base64.
