@@ -3,6 +3,7 @@
 #include <json/value.h>
 
 #include <exception>
+#include <string_view>
 
 #include "hasupport/socket/json_guard.h"
 
@@ -26,7 +27,8 @@ Request understand(const Json::Value& document) {
     if (!document.isObject()) {
         return invalid("a request is a JSON object");
     }
-    const Json::Value* name = document.find("request", "request" + sizeof("request") - 1);
+    constexpr std::string_view member = "request";
+    const Json::Value* name = document.find(member.data(), member.data() + member.size());
     if (name == nullptr || !name->isString()) {
         return invalid("the member \"request\" must be a string");
     }
