@@ -23,6 +23,7 @@ while [ ! -e /run/stop-hanging ]; do
     {HANG}
     timeout -s KILL 40 dd if=/dev/sda of=/dev/null bs=4k count=1 iflag=direct 2>/dev/null &
     for i in $(seq 200); do grep -q recovery /sys/class/scsi_host/host*/state && break; sleep 0.1; done
+    sleep 10
     {HEAL}
     for i in $(seq 200); do grep -q recovery /sys/class/scsi_host/host*/state || break; sleep 0.1; done
 done

@@ -1,6 +1,6 @@
 """drbdConnected follows two resources through disconnects, a cut cable and a missing module."""
 
-QUICK = True
+QUICK = False
 
 
 def connected(wanted):
