@@ -55,7 +55,9 @@ class Topology {
             return;
         }
         for (const std::string& name : *below) {
-            addDisksUnder(wholeDevice(name, slaves + "/" + name), disks, depth + 1);
+            std::string link = slaves;
+            link.append("/").append(name);
+            addDisksUnder(wholeDevice(name, link), disks, depth + 1);
         }
     }
 
@@ -126,7 +128,7 @@ std::optional<Names> watchedDisks(const KernelRoots& roots, const std::vector<st
         disks.insert(deviceName(name));
     }
     for (auto disk = disks.begin(); disk != disks.end();) {
-        const bool keep = !disk->empty() && faulty.count(*disk) == 0 && topology.isWatchable(*disk);
+        const bool keep = !disk->empty() && !faulty.contains(*disk) && topology.isWatchable(*disk);
         disk = keep ? std::next(disk) : disks.erase(disk);
     }
     return disks;
