@@ -94,7 +94,11 @@ JsonText& JsonText::real(float value) {
         return null();
     }
     separate();
+    const std::size_t start = out_.size();
     appendNumber(out_, value);
+    if (out_.find_first_of(".e", start) == std::string::npos) {
+        out_ += ".0";  // a reader that looks at the spelling sees a real number every time
+    }
     return *this;
 }
 
