@@ -19,8 +19,7 @@ Status::Status()
       localDiskErrHandling(false),
       drbdConnected(false),
       netNonOkRate(0.0F),
-      hbLatency(0.0F),
-      remoteAlive_(false) {}
+      hbLatency(0.0F) {}
 
 Status::~Status() = default;
 

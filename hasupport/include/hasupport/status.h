@@ -51,7 +51,7 @@ class KORAHA_EXPORT Status {
     void rememberNames(const Json::Value& disks);
 
     mutable std::mutex mutex_;  // guards everything below
-    bool remoteAlive_;
+    bool remoteAlive_ = false;
     Json::Value errHandlingDisk_;
     Json::Value errHandlingDiskRemote_;
     std::set<std::string> errHandlingDisksSeen_;
