@@ -59,12 +59,12 @@ TEST_F(HeartbeatMonitors, recoveryIsLoggedOnceAndTheNextEpisodeNotifiesAgain) {
 }
 
 TEST_F(HeartbeatMonitors, failedToolIsTriedAgainAtTheNextFreshSample) {
-    script().toolResult = -1;
+    script().toolResult = always(-1);
     latencies({150, 151, 152, 153});
     ASSERT_EQ(2U, script().logLines.size());
     EXPECT_EQ("koraharemotemond:337 Failed to send notify when hearbeat latency slow",
               script().logLines[1]);
-    script().toolResult = 1;  // whatever the tool itself reports is success
+    script().toolResult = always(1);  // whatever the tool itself reports is success
     latencies({154, 155});
     EXPECT_EQ(2U, script().toolCalls.size());
 }

@@ -70,7 +70,7 @@ TEST_F(RemoteDiskWatch, countsDecayByOneACycle) {
 }
 
 TEST_F(RemoteDiskWatch, constraintsRefuseTheRestartAndTheCountStartsAgain) {
-    script().constraints = true;
+    script().constraints = always(true);
     cycles(12, {"sda"});
     EXPECT_EQ(
         "koraharemotemond:414 Too many errors on one disk, unable to restart remote active server "
