@@ -4,6 +4,7 @@
 #include <json/value.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <exception>
 #include <memory>
 
@@ -110,22 +111,7 @@ void readSettings(const Json::Value& file, SupportSettings& settings, Problems& 
     }
 }
 
-SupportSettings loadSettings() {
-    const TrustedFile file = readTrustedFile(settingsPath, S_IWGRP | S_IWOTH, sizeLimit);
-    if (!file.present) {
-        return {};
-    }
-    if (!file.text) {
-        notify(std::string(settingsPath) + " " + file.problem + ": it is ignored");
-        return {};
-    }
-    Problems problems;
-    SupportSettings settings = parseSupportSettings(*file.text, problems);
-    for (const std::string& problem : problems) {
-        notify(std::string(settingsPath) + ": " + problem);
-    }
-    return settings;
-}
+constinit std::atomic<const SupportSettings*> replacement{nullptr};
 
 }  // namespace
 
@@ -152,9 +138,33 @@ SupportSettings parseSupportSettings(const std::string& text, Problems& problems
     return settings;
 }
 
-const SupportSettings& supportSettings() {
-    static const SupportSettings settings = loadSettings();
+SupportSettings loadSupportSettings(const std::string& path) {
+    const TrustedFile file = readTrustedFile(path, S_IWGRP | S_IWOTH, sizeLimit);
+    if (!file.present) {
+        return {};
+    }
+    if (!file.text) {
+        notify(path + " " + file.problem + ": it is ignored");
+        return {};
+    }
+    Problems problems;
+    SupportSettings settings = parseSupportSettings(*file.text, problems);
+    for (const std::string& problem : problems) {
+        notify(path + ": " + problem);
+    }
     return settings;
+}
+
+const SupportSettings& supportSettings() {
+    if (const SupportSettings* settings = replacement) {
+        return *settings;
+    }
+    static const SupportSettings settings = loadSupportSettings(settingsPath);
+    return settings;
+}
+
+void TEST_replaceSupportSettings(const SupportSettings* settings) {
+    replacement = settings;
 }
 
 }  // namespace KORA::HA::Daemon::support

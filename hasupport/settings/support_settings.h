@@ -26,8 +26,14 @@ struct SupportSettings {
 /// and adds a line to `problems`.
 SupportSettings parseSupportSettings(const std::string& text, std::vector<std::string>& problems);
 
-/// The process's settings, read once at the first call. A file that is not owned by root, is
-/// writable by others or does not parse is ignored and said once in the system log. Any thread.
+/// Reads the file at `path`. One that is not owned by root, is writable by others or does not parse
+/// is ignored; that and every unusable member is said in the system log.
+SupportSettings loadSupportSettings(const std::string& path);
+
+/// The process's settings, read once at the first call. Any thread.
 const SupportSettings& supportSettings();
+
+/// For tests only. Null brings the real ones back.
+void TEST_replaceSupportSettings(const SupportSettings* settings);
 
 }  // namespace KORA::HA::Daemon::support
