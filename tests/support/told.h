@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace koraha::test {
+
+/// What this process told the system log since the last `forgetTold`: in the tests the lines go
+/// here instead. The last 10,000 are kept; any thread.
+std::vector<std::string> told();
+/// How many of them contain `text`.
+std::size_t timesTold(const std::string& text);
+void forgetTold();
+
+}  // namespace koraha::test
