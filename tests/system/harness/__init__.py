@@ -1,0 +1,28 @@
+"""What the cases are written with: nodes, daemons on them, and checks."""
+
+from .checks import CaseFailed, eventually, expect, expect_equal
+from .daemon import CONFIGURATION, DAEMON_LOG, PROGRAM, SHORT_INTERVALS, STATUS_SOCKET, Daemon
+from .node import CLUSTER_TOOL, IS_ROOT, Node, copy_key, joined_nodes, one_node
+from .system_log import LOG_ERR, LOG_USER, SystemLogLine
+
+__all__ = [
+    "CLUSTER_TOOL",
+    "CONFIGURATION",
+    "CaseFailed",
+    "DAEMON_LOG",
+    "Daemon",
+    "IS_ROOT",
+    "LOG_ERR",
+    "LOG_USER",
+    "Node",
+    "PROGRAM",
+    "SHORT_INTERVALS",
+    "STATUS_SOCKET",
+    "SystemLogLine",
+    "copy_key",
+    "eventually",
+    "expect",
+    "expect_equal",
+    "joined_nodes",
+    "one_node",
+]

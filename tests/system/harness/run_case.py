@@ -1,0 +1,40 @@
+"""Runs one case: run_case.py FILE BUILD_DIR. Exit status 0 passed, 1 failed, 77 skipped."""
+
+import importlib.util
+import sys
+import traceback
+from pathlib import Path
+
+SKIPPED = 77
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
+
+
+def load(file):
+    spec = importlib.util.spec_from_file_location("case", file)
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    return module
+
+
+def has_sanitizer(build):
+    program = (Path(build) / "bin" / "koraharemotemond").read_bytes()
+    return b"__asan_init" in program or b"__tsan_init" in program
+
+
+def main(file, build):
+    module = load(file)
+    reason = getattr(module, "NOT_WITH_SANITIZERS", None)
+    if reason and has_sanitizer(build):
+        print(f"not with sanitizers: {reason}")
+        return SKIPPED
+    try:
+        module.case(build)
+    except Exception:  # whatever went wrong, the case has failed
+        traceback.print_exc(file=sys.stdout)
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
