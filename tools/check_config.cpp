@@ -1,21 +1,20 @@
 #include "tools/check_config.h"
 
-#include <json/reader.h>
 #include <json/value.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <exception>
-#include <fstream>
-#include <iterator>
-#include <memory>
 #include <numeric>
 #include <optional>
 #include <ostream>
 
 #include "config/config_table.h"
 #include "config/number_text.h"
+#include "hasupport/io/read_file.h"
+#include "tools/config_document.h"
+#include "tools/exit_codes.h"
+#include "tools/visible.h"
 
 namespace korahamonctl {
 namespace {
@@ -92,15 +91,23 @@ void judgeNumber(ConfType type, const std::string& key, double value, ConfigFind
     }
 }
 
+// As the daemon reads a text where it wants a number.
+std::optional<double> numberIn(ConfType type, const std::string& text) {
+    if (isReal(type)) {
+        return KORA::HA::Daemon::floatFromText(text);
+    }
+    return KORA::HA::Daemon::intFromText(text);
+}
+
 void checkMember(ConfType type, const std::string& key, const Json::Value& value,
                  ConfigFindings& findings) {
     if (value.isArray() || value.isObject()) {
         findings.problems.push_back(key + ": a list or an object ends the daemon when it is read");
     } else if (value.isString()) {
-        const auto number = KORA::HA::Daemon::floatFromText(value.asString());
+        const auto number = numberIn(type, value.asString());
         if (!number) {
             findings.problems.push_back(key + ": \"" + value.asString() +
-                                        "\" spells no number, so the default holds");
+                                        "\" spells no number that fits, so the default holds");
             return;
         }
         findings.notes.push_back(key + ": a text that spells a number counts as that number");
@@ -136,52 +143,39 @@ void checkMembers(const Json::Value& file, ConfigFindings& findings) {
 
 ConfigFindings checkConfigText(const std::string& text) {
     ConfigFindings findings;
-    try {
-        Json::Value file;
-        std::string errors;
-        const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-        if (!reader->parse(text.data(), text.data() + text.size(), &file, &errors)) {
-            findings.problems.push_back("does not parse, so the daemon does not start: " + errors);
-        } else if (!file.isObject()) {
-            findings.problems.emplace_back("is no JSON object, so every setting keeps its default");
-        } else {
-            checkMembers(file, findings);
-        }
-    } catch (const std::exception& e) {
-        findings.problems.push_back(std::string("does not parse, so the daemon does not start: ") +
-                                    e.what());
+    std::string problem;
+    const auto document = parseConfig(text, &problem);
+    if (!document) {
+        findings.problems.push_back("does not parse, so the daemon does not start: " + problem);
+    } else if (!document->isObject()) {
+        findings.problems.emplace_back("is no JSON object, so every setting keeps its default");
+    } else {
+        checkMembers(*document, findings);
     }
     return findings;
 }
 
 int checkConfigFile(const std::string& path, std::ostream& out, std::ostream& err) {
-    std::ifstream file(path);
-    if (!file) {
-        if (errno == ENOENT) {
-            out << path << ": no such file, all settings keep their defaults\n";
-            return 0;
-        }
-        err << path << ": " << std::strerror(errno) << '\n';
-        return 1;
+    const auto text = KORA::HA::Daemon::support::readFile(path);
+    if (!text && errno == ENOENT) {
+        out << path << ": no such file, all settings keep their defaults\n";
+        return exitFine;
     }
-    std::string text;
-    try {
-        text.assign(std::istreambuf_iterator<char>(file), {});
-    } catch (const std::exception& e) {
-        err << path << ": " << e.what() << '\n';
-        return 1;
+    if (!text) {
+        err << path << ": cannot be read: " << std::strerror(errno) << '\n';
+        return exitConcern;
     }
-    const ConfigFindings findings = checkConfigText(text);
+    const ConfigFindings findings = checkConfigText(*text);
     for (const std::string& note : findings.notes) {
-        out << path << ": note: " << note << '\n';
+        out << path << ": note: " << visible(note) << '\n';
     }
     for (const std::string& problem : findings.problems) {
-        out << path << ": " << problem << '\n';
+        out << path << ": " << visible(problem) << '\n';
     }
     if (findings.problems.empty()) {
         out << path << ": fine\n";
     }
-    return findings.problems.empty() ? 0 : 1;
+    return findings.problems.empty() ? exitFine : exitConcern;
 }
 
 }  // namespace korahamonctl

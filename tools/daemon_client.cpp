@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -13,7 +14,14 @@
 namespace korahamonctl {
 namespace {
 
+constexpr time_t connectTimeoutSeconds = 3;
 constexpr std::size_t lineLimit = std::size_t{16} << 20U;
+
+// A local socket whose queue is full makes a connecting client wait, without an end by itself.
+bool limitWaiting(int fd) {
+    const timeval limit{connectTimeoutSeconds, 0};
+    return ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
+}
 
 bool belongsToRoot(int fd) {
     ucred peer{};
@@ -41,9 +49,9 @@ std::string DaemonClient::open(const std::string& path) {
     }
     path.copy(address.sun_path, path.size());
     fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd_ < 0 ||
+    if (fd_ < 0 || !limitWaiting(fd_) ||
         ::connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        return std::strerror(errno);
+        return errno == EAGAIN ? "nobody was let in within 3 s" : std::strerror(errno);
     }
     return belongsToRoot(fd_) ? "" : "the server there is not root's, so it is not believed";
 }
@@ -58,19 +66,21 @@ std::optional<std::string> DaemonClient::receive(int timeoutMs) {
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
     std::array<char, 4096> chunk{};
+    std::size_t searched = 0;
     for (;;) {
-        if (const auto newline = buffer_.find('\n'); newline != std::string::npos) {
+        if (const auto newline = buffer_.find('\n', searched); newline != std::string::npos) {
             std::string line = buffer_.substr(0, newline);
             buffer_.erase(0, newline + 1);
             return line;
         }
+        searched = buffer_.size();
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
         pollfd waiting{fd_, POLLIN, 0};
         const int ready = left > 0 ? ::poll(&waiting, 1, static_cast<int>(left)) : 0;
         if (ready < 0 && errno == EINTR) {
             continue;
         }
-        const ssize_t got = ready > 0 ? ::recv(fd_, chunk.data(), chunk.size(), 0) : 0;
+        const ssize_t got = ready > 0 ? ::recv(fd_, chunk.data(), chunk.size(), MSG_DONTWAIT) : 0;
         if (got <= 0 || buffer_.size() > lineLimit) {
             return std::nullopt;
         }

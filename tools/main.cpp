@@ -4,14 +4,13 @@
 #include <string>
 
 #include "tools/check_config.h"
+#include "tools/exit_codes.h"
 #include "tools/peer_key_command.h"
 #include "tools/status_command.h"
 
 namespace {
 
 using namespace korahamonctl;  // NOLINT(google-build-using-namespace): this is the tool
-
-constexpr int usage = 2;
 
 void addStatus(CLI::App& app, StatusOptions& options, int& result) {
     auto* status = app.add_subcommand("status", "Show the health of this node and of its peer");
@@ -54,21 +53,23 @@ int main(int argc, char** argv) try {
         "daemon does not answer.");
     StatusOptions status;
     PeerKeyOptions key;
-    std::string configFile = "/var/lib/ha/remote_mond.conf";
     int result = 0;
     app.add_option("--socket", status.socketPath, "The daemon's status socket")
         ->capture_default_str();
+    app.add_option("--config", status.configuration,
+                   "The daemon's configuration: how old a value may become depends on it")
+        ->capture_default_str();
     app.fallthrough();
     addStatus(app, status, result);
-    addCheckConfig(app, configFile, result);
+    addCheckConfig(app, status.configuration, result);
     addPeerKey(app, key, result);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? 0 : usage;
+        return app.exit(e) == 0 ? exitFine : exitUsage;
     }
     return result;
 } catch (const std::exception& e) {
     std::cerr << "korahamonctl: " << e.what() << '\n';
-    return 1;
+    return exitConcern;
 }

@@ -28,6 +28,15 @@ int fail(std::ostream& err, const std::string& path) {
     return 1;
 }
 
+bool writeKey(int fd) {
+    std::string key(peerKeyBytes, '\0');
+    randombytes_buf(key.data(), key.size());
+    const bool written =
+        ::write(fd, key.data(), key.size()) == static_cast<ssize_t>(key.size()) && ::fsync(fd) == 0;
+    sodium_memzero(key.data(), key.size());
+    return written;
+}
+
 // Never overwrites a key: the other node may hold it already.
 int makeKey(const std::string& path, std::ostream& out, std::ostream& err) {
     const UniqueFd fd(
@@ -35,15 +44,29 @@ int makeKey(const std::string& path, std::ostream& out, std::ostream& err) {
     if (!fd) {
         return fail(err, path);
     }
-    std::string key(peerKeyBytes, '\0');
-    randombytes_buf(key.data(), key.size());
-    if (::write(fd.get(), key.data(), key.size()) != static_cast<ssize_t>(key.size()) ||
-        ::fsync(fd.get()) != 0) {
+    if (!writeKey(fd.get())) {
         const int result = fail(err, path);
         ::unlink(path.c_str());
         return result;
     }
     out << path << ": made. Copy it to the other node, as root and with mode 0600.\n";
+    if (::geteuid() != 0) {
+        err << path << ": the daemon takes a key of root only, so change its owner\n";
+    }
+    return 0;
+}
+
+int commitKey(const std::string& next, const std::string& path, std::ostream& out,
+              std::ostream& err) {
+    const PeerKeys key = readPeerKeys(next);
+    if (!key.usable() || key.keys.empty()) {
+        err << (key.usable() ? next + ": there is no key to come" : key.problem) << '\n';
+        return 1;
+    }
+    if (std::rename(next.c_str(), path.c_str()) != 0) {
+        return fail(err, next);
+    }
+    out << path << ": the key to come is in force. Commit it on the other node too.\n";
     return 0;
 }
 
@@ -59,14 +82,8 @@ void print(const std::string& label, const std::uint8_t* id, std::size_t size, s
 
 int newPeerKey(const PeerKeyOptions& options, std::ostream& out, std::ostream& err) {
     const std::string next = options.path + ".next";
-    if (!options.commit) {
-        return makeKey(options.next ? next : options.path, out, err);
-    }
-    if (std::rename(next.c_str(), options.path.c_str()) != 0) {
-        return fail(err, next);
-    }
-    out << options.path << ": the key to come is in force. Commit it on the other node too.\n";
-    return 0;
+    return options.commit ? commitKey(next, options.path, out, err)
+                          : makeKey(options.next ? next : options.path, out, err);
 }
 
 int showFingerprint(const PeerKeyOptions& options, std::ostream& out, std::ostream& err) {

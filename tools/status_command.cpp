@@ -1,87 +1,76 @@
 #include "tools/status_command.h"
 
-#include <json/reader.h>
 #include <json/value.h>
 
+#include <array>
 #include <ctime>
-#include <memory>
-#include <optional>
 #include <ostream>
+#include <utility>
 
 #include "tools/daemon_client.h"
+#include "tools/exit_codes.h"
+#include "tools/paces.h"
+#include "tools/status_judgement.h"
+#include "tools/status_query.h"
 #include "tools/status_view.h"
+#include "tools/visible.h"
 
 namespace korahamonctl {
 namespace {
 
-constexpr int noAnswer = 3;
-constexpr int answerTimeoutMs = 3000;
+constexpr int firstLineMs = 3000;
 constexpr int signOfLifeMs = 45'000;  // the daemon promises a line every 30 s
-
-std::optional<Json::Value> parse(const std::string& line) {
-    Json::Value value;
-    std::string errors;
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    if (!reader->parse(line.data(), line.data() + line.size(), &value, &errors) ||
-        !value.isObject() || value.isMember("error")) {
-        return std::nullopt;
-    }
-    return value;
-}
 
 int fail(std::ostream& err, const std::string& problem) {
     err << "korahamonctl: the daemon does not answer: " << problem << '\n';
-    return noAnswer;
+    return exitNoAnswer;
 }
 
 std::string timeOfDay() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     ::localtime_r(&now, &local);
-    char text[16];  // NOLINT(modernize-avoid-c-arrays)
-    std::strftime(text, sizeof text, "%H:%M:%S", &local);
-    return text;
+    std::array<char, 16> text{};
+    std::strftime(text.data(), text.size(), "%H:%M:%S", &local);
+    return text.data();
 }
 
 }  // namespace
 
 int showStatus(const StatusOptions& options, std::ostream& out, std::ostream& err) {
-    std::string problem;
-    DaemonClient client(options.socketPath, problem);
-    if (!problem.empty()) {
-        return fail(err, options.socketPath + ": " + problem);
+    const StatusAnswer answer = askStatus(options.socketPath);
+    if (!answer.status) {
+        return fail(err, answer.problem);
     }
-    if (!client.send(R"({"request":"status"})")) {
-        return fail(err, "it has left");
-    }
-    const auto line = client.receive(answerTimeoutMs);
-    const auto status = line ? parse(*line) : std::nullopt;
-    if (!status) {
-        return fail(err, line ? "what it says is no status" : "nothing within 3 s");
-    }
+    const Paces paces = pacesOfFile(options.configuration);
     if (options.json) {
-        out << *line << '\n';
+        out << visibleJson(answer.line) << '\n';
     } else {
-        printStatus(*status, out);
+        printStatus(*answer.status, paces, out);
     }
-    return isAllWell(*status) ? 0 : 1;
+    return concernsIn(*answer.status, paces).empty() ? exitFine : exitConcern;
 }
 
 int watchStatus(const StatusOptions& options, std::ostream& out, std::ostream& err) {
     std::string problem;
     DaemonClient client(options.socketPath, problem);
     if (!problem.empty() || !client.send(R"({"request":"watch"})")) {
-        return fail(err, options.socketPath + ": " + problem);
+        return fail(err, visible(options.socketPath) + ": " + problem);
     }
+    const Paces paces = pacesOfFile(options.configuration);
     std::string shown;
-    while (const auto line = client.receive(signOfLifeMs)) {
-        const auto status = parse(*line);
+    int timeoutMs = firstLineMs;
+    while (const auto line = client.receive(std::exchange(timeoutMs, signOfLifeMs))) {
+        const auto status = parseStatus(*line, problem);
         if (!status) {
-            return fail(err, "what it says is no status");
+            return fail(err, problem);
         }
-        const std::string summary = options.json ? *line : oneLine(*status);
+        const std::string summary = options.json ? visibleJson(*line) : oneLine(*status, paces);
         if (options.json || summary != shown) {
             out << (options.json ? "" : timeOfDay() + "  ") << summary << std::endl;
+        }
+        if (!out) {
+            return exitConcern;
         }
         shown = summary;
     }

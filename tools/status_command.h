@@ -7,6 +7,7 @@ namespace korahamonctl {
 
 struct StatusOptions {
     std::string socketPath = "/tmp/.ha_daemon.socket";
+    std::string configuration = "/var/lib/ha/remote_mond.conf";  ///< what the paces are taken from
     bool json = false;
 };
 

@@ -1,98 +1,99 @@
 #include "tools/status_view.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iomanip>
 #include <ostream>
 
+#include "tools/status_judgement.h"
+#include "tools/visible.h"
+
 namespace korahamonctl {
 namespace {
 
-constexpr double staleAfterSeconds = 3 * 20 + 2;  // the longest default pace of a check loop
+constexpr std::size_t textLimit = 300;
+constexpr Json::ArrayIndex namesLimit = 32;
 
 struct Row {
     const char* key;
     const char* label;
     const char* whenTrue;
     const char* whenFalse;
+    bool ofPeer;
 };
 
 constexpr std::array<Row, 6> flags = {{
-    {"remoteAlive", "peer", "alive", "NOT ALIVE"},
-    {"drbdConnected", "DRBD", "connected", "NOT CONNECTED"},
-    {"localMDResync", "arrays here", "resynchronising", "no resync"},
-    {"remoteMDResync", "arrays of the peer", "resynchronising", "no resync"},
-    {"localDiskErrHandling", "disks here", "ERROR HANDLING", "no error handling"},
-    {"remoteDiskErrHandling", "disks of the peer", "ERROR HANDLING", "no error handling"},
+    {"remoteAlive", "peer", "alive", "NOT ALIVE", false},
+    {"drbdConnected", "DRBD", "connected", "NOT CONNECTED", false},
+    {"localMDResync", "arrays here", "resynchronising", "no resync", false},
+    {"remoteMDResync", "arrays of the peer", "resynchronising", "no resync", true},
+    {"localDiskErrHandling", "disks here", "ERROR HANDLING", "no error handling", false},
+    {"remoteDiskErrHandling", "disks of the peer", "ERROR HANDLING", "no error handling", true},
 }};
 
-const Json::Value& readingOf(const Json::Value& status, const char* key) {
+const Json::Value& member(const Json::Value& object, const char* key) {
     static const Json::Value none;
-    const Json::Value& readings = status["readings"];
-    return readings.isObject() ? readings[key] : none;
+    return object.isObject() ? object[key] : none;
 }
 
-bool isValid(const Json::Value& state) {
-    return state.isObject() && state["valid"].isBool() && state["valid"].asBool();
+std::string textOf(const Json::Value& value, const char* otherwise) {
+    return value.isString() ? visible(value.asString(), textLimit) : otherwise;
 }
 
-// While the peer is away nobody asks it: those values are as old as its absence, which is told
-// once.
-bool needsPeer(const std::string& key) {
-    return key == "remoteMDResync" || key == "remoteDiskErrHandling" || key == "hbLatency" ||
-           key == "netNonOkRate";
-}
-
-bool flag(const Json::Value& status, const char* key, bool fallback) {
-    return status[key].isBool() ? status[key].asBool() : fallback;
-}
-
-std::string ageText(const Json::Value& state) {
-    if (!state.isObject() || !state["ageSeconds"].isNumeric()) {
-        return "";
-    }
-    std::array<char, 48> text{};
-    std::snprintf(text.data(), text.size(), "  (%.0f s ago)", state["ageSeconds"].asDouble());
+std::string formatted(const char* form, double value) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), form, value);
     return text.data();
 }
 
-std::string suffix(const char* key, const Json::Value& state) {
-    std::string text = ageText(state);
-    if (isValid(state) && isStale(key, state)) {
-        text += "  STALE";
-    }
-    return text;
+bool isTrue(const Json::Value& value) {
+    return value.isBool() && value.asBool();
 }
 
-std::string unknownText(const Json::Value& state) {
-    const Json::Value& reason = state.isObject() ? state["reason"] : state;
-    return "unknown" + (reason.isString() ? ": " + visible(reason.asString()) : std::string());
+std::string roleOf(const Json::Value& status) {
+    const Json::Value& active = member(status, "active");
+    return !active.isBool() ? "unknown" : active.asBool() ? "active" : "passive";
 }
 
-std::string flagText(const Json::Value& status, const Row& row) {
-    const Json::Value& state = readingOf(status, row.key);
-    if (!status[row.key].isBool() || !isValid(state)) {
-        return unknownText(state);
+std::string valueText(const Json::Value& status, const char* key, const Paces& paces,
+                      const std::string& known) {
+    const Json::Value& state = member(member(status, "readings"), key);
+    const Json::Value& age = member(state, "ageSeconds");
+    const std::string aged =
+        age.isNumeric() ? formatted("  (%.0f s ago)", age.asDouble()) : std::string();
+    switch (knowledgeOf(status, key, paces)) {
+        case Knowledge::known:
+            return known + aged;
+        case Knowledge::stale:
+            return known + aged + "  STALE";
+        case Knowledge::unknown:
+            break;
     }
-    return (status[row.key].asBool() ? row.whenTrue : row.whenFalse) + suffix(row.key, state);
+    const std::string reason = textOf(member(state, "reason"), "");
+    const std::string last =
+        age.isNumeric() ? formatted("  (last known %.0f s ago)", age.asDouble()) : std::string();
+    return "unknown" + (reason.empty() ? "" : ": " + reason) + last;
 }
 
-std::string numberText(const Json::Value& status, const char* key, const char* format) {
-    const Json::Value& state = readingOf(status, key);
-    if (!status[key].isNumeric() || !isValid(state)) {
-        return unknownText(state);
-    }
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), format, status[key].asDouble());
-    return text.data() + suffix(key, state);
+std::string numberText(const Json::Value& value, const char* form) {
+    return value.isNumeric() ? formatted(form, value.asDouble()) : std::string();
+}
+
+std::string more(const Json::Value& list) {
+    return "and " + std::to_string(list.size() - namesLimit) + " more";
 }
 
 std::string joined(const Json::Value& list) {
     std::string text;
-    for (const Json::Value& each : list) {
-        text += (text.empty() ? "" : ", ") + (each.isString() ? visible(each.asString()) : "?");
+    for (Json::ArrayIndex i = 0; i < std::min(list.size(), namesLimit); ++i) {
+        text += (i == 0 ? "" : ", ") + textOf(list[i], "?");
     }
-    return text;
+    return list.size() <= namesLimit ? text : text + ", " + more(list);
+}
+
+bool hasItems(const Json::Value& list) {
+    return list.isArray() && !list.empty();
 }
 
 void line(std::ostream& out, const std::string& label, const std::string& text) {
@@ -100,105 +101,93 @@ void line(std::ostream& out, const std::string& label, const std::string& text) 
 }
 
 void lineIfAny(std::ostream& out, const char* label, const Json::Value& list) {
-    if (list.isArray() && !list.empty()) {
+    if (hasItems(list)) {
         line(out, label, joined(list));
     }
 }
 
-void printRestart(const Json::Value& restart, std::ostream& out) {
-    if (restart.isObject()) {
-        line(out, "last restart",
-             visible(restart["outcome"].asString()) + ": " + visible(restart["reason"].asString()));
+void printArrays(const Json::Value& arrays, std::ostream& out) {
+    if (!arrays.isArray()) {
+        line(out, "degraded arrays", "unknown");
     }
+    lineIfAny(out, "DEGRADED arrays", arrays);
+}
+
+void printRestart(const Json::Value& restart, std::ostream& out) {
+    if (!restart.isObject()) {
+        return;
+    }
+    const Json::Value& ago = restart["agoSeconds"];
+    line(out, "last restart",
+         textOf(restart["outcome"], "unknown") + ": " + textOf(restart["reason"], "unknown") +
+             (ago.isNumeric() ? formatted("  (%.0f s ago)", ago.asDouble()) : ""));
+}
+
+void printDaemon(const Json::Value& status, std::ostream& out) {
+    const std::string pid = numberText(member(status, "pid"), "%.0f");
+    const std::string up = numberText(member(status, "uptimeSeconds"), "%.0f s");
+    line(out, "daemon",
+         "version " + textOf(member(status, "softwareVersion"), "unknown") + ", process " +
+             (pid.empty() ? "unknown" : pid) + ", up " + (up.empty() ? "unknown" : up));
 }
 
 }  // namespace
 
-bool isStale(const std::string& reading, const Json::Value& state) {
-    if (reading == "netNonOkRate") {
-        return false;
+void printStatus(const Json::Value& status, const Paces& paces, std::ostream& out) {
+    line(out, "this node", roleOf(status));
+    for (const Row& row : flags) {
+        const char* known = isTrue(member(status, row.key)) ? row.whenTrue : row.whenFalse;
+        line(out, row.label, valueText(status, row.key, paces, known));
     }
-    const Json::Value& age = state["ageSeconds"];
-    return !age.isNumeric() || age.asDouble() > staleAfterSeconds;
-}
-
-bool isAllWell(const Json::Value& status) {
-    if (!flag(status, "remoteAlive", false) || !flag(status, "drbdConnected", false) ||
-        flag(status, "localDiskErrHandling", true) || flag(status, "remoteDiskErrHandling", true)) {
-        return false;
-    }
-    if (status["degradedArrays"].isArray() && !status["degradedArrays"].empty()) {
-        return false;
-    }
-    const Json::Value& readings = status["readings"];
-    if (!readings.isObject() || readings.empty()) {
-        return false;
-    }
-    for (const std::string& name : readings.getMemberNames()) {
-        if (!isValid(readings[name]) || isStale(name, readings[name])) {
-            return false;
+    line(out, "heartbeat",
+         valueText(status, "hbLatency", paces, numberText(member(status, "hbLatency"), "%.3f ms")));
+    line(out, "failed packets",
+         valueText(status, "netNonOkRate", paces,
+                   numberText(member(status, "netNonOkRate"), "%.6f of all")));
+    lineIfAny(out, "disks in EH here", member(status, "errHandlingDisks"));
+    lineIfAny(out, "disks in EH, peer", member(status, "errHandlingDisksRemote"));
+    printArrays(member(status, "degradedArrays"), out);
+    const Json::Value& constraints = member(status, "constraints");
+    if (constraints.isArray()) {
+        for (Json::ArrayIndex i = 0; i < std::min(constraints.size(), namesLimit); ++i) {
+            line(out, "no restart because", textOf(constraints[i], "?"));
         }
+        if (constraints.size() > namesLimit) {
+            line(out, "", more(constraints));
+        }
+    } else {
+        line(out, "no restart because", "unknown");
     }
-    return true;
+    printRestart(member(status, "lastRestart"), out);
+    printDaemon(status, out);
 }
 
-void printStatus(const Json::Value& status, std::ostream& out) {
-    line(out, "this node", flag(status, "active", false) ? "active" : "passive");
+std::string oneLine(const Json::Value& status, const Paces& paces) {
+    std::string text = roleOf(status);
+    const Json::Value& reached = member(status, "remoteAlive");
+    const bool away = reached.isBool() && !reached.asBool();
     for (const Row& row : flags) {
-        line(out, row.label, flagText(status, row));
-    }
-    line(out, "heartbeat", numberText(status, "hbLatency", "%.3f ms"));
-    line(out, "failed packets", numberText(status, "netNonOkRate", "%.6f of all"));
-    lineIfAny(out, "disks in EH here", status["errHandlingDisks"]);
-    lineIfAny(out, "disks in EH, peer", status["errHandlingDisksRemote"]);
-    lineIfAny(out, "DEGRADED arrays", status["degradedArrays"]);
-    for (const Json::Value& constraint : status["constraints"]) {
-        line(out, "no restart because",
-             constraint.isString() ? visible(constraint.asString()) : "?");
-    }
-    printRestart(status["lastRestart"], out);
-}
-
-std::string oneLine(const Json::Value& status) {
-    std::string text = flag(status, "active", false) ? "active" : "passive";
-    const bool alive = flag(status, "remoteAlive", false);
-    for (const Row& row : flags) {
-        if (!alive && needsPeer(row.key)) {
+        if (row.ofPeer && away) {
             continue;
         }
-        const Json::Value& state = readingOf(status, row.key);
-        const bool known = status[row.key].isBool() && isValid(state);
+        const Knowledge knowledge = knowledgeOf(status, row.key, paces);
+        const char* value = isTrue(member(status, row.key)) ? row.whenTrue : row.whenFalse;
         text += std::string("; ") + row.label + ": " +
-                (!known                     ? "unknown"
-                 : status[row.key].asBool() ? row.whenTrue
-                                            : row.whenFalse);
+                (knowledge == Knowledge::unknown ? "unknown" : value) +
+                (knowledge == Knowledge::stale ? " (STALE)" : "");
     }
-    if (alive && status["hbLatency"].isNumeric() && isValid(readingOf(status, "hbLatency"))) {
-        std::array<char, 48> latency{};
-        std::snprintf(latency.data(), latency.size(), "; %.1f ms", status["hbLatency"].asDouble());
-        text += latency.data();
+    if (!away && knowledgeOf(status, "hbLatency", paces) == Knowledge::known) {
+        text += "; " + formatted("%.1f ms", member(status, "hbLatency").asDouble());
     }
     for (const char* key : {"errHandlingDisks", "errHandlingDisksRemote"}) {
-        if (status[key].isArray() && !status[key].empty()) {
-            text += "; " + joined(status[key]);
+        if (hasItems(member(status, key))) {
+            text += "; " + joined(member(status, key));
         }
+    }
+    if (hasItems(member(status, "degradedArrays"))) {
+        text += "; DEGRADED: " + joined(member(status, "degradedArrays"));
     }
     return text;
-}
-
-std::string visible(const std::string& text) {
-    std::string out;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20U || byte == 0x7fU) {
-            std::array<char, 8> escaped{};
-            std::snprintf(escaped.data(), escaped.size(), "\\x%02x", byte);
-            out += escaped.data();
-        } else {
-            out += c;
-        }
-    }
-    return out;
 }
 
 }  // namespace korahamonctl
