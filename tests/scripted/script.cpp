@@ -32,7 +32,8 @@ Script::Script()
       memoryInfo(always(true)),
       processes(always(true)),
       diskUsage(always(true)),
-      recordStatus(always(true)) {}
+      recordStatus(always(true)),
+      onLogLine([](const std::string&) {}) {}
 
 void Script::note(const std::string& call) {
     const std::lock_guard lock(mutex_);
@@ -45,6 +46,7 @@ void Script::note(const std::string& call) {
 
 void Script::noteLogLine(const std::string& line) {
     note("daemonLog.set " + line);
+    onLogLine(line);
     const std::lock_guard lock(mutex_);
     logLines.push_back(line);
 }

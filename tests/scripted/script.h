@@ -52,6 +52,7 @@ struct Script {
     std::function<bool()> processes;
     std::function<bool()> diskUsage;
     std::function<bool(Status&)> recordStatus;
+    std::function<void(const std::string& line)> onLogLine;  ///< each line of the daemon log
 
     Script();
 

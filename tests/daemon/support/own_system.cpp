@@ -38,8 +38,11 @@ void inOwnSystem(const std::function<void()>& body) {
 
 void configure(const std::string& json) {
     std::ofstream(configFile) << json;
+    const auto calls = script().calls;
+    const auto logLines = script().logLines;
     ASSERT_TRUE(KORA::HA::Daemon::Load());
-    script().forgetCalls();
+    script().calls = calls;
+    script().logLines = logLines;
 }
 
 bool exists(const std::string& path) {

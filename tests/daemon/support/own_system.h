@@ -14,7 +14,8 @@ inline constexpr const char* configFile = "/var/lib/ha/remote_mond.conf";
 /// is set, nothing was called yet, and the state that the daemon keeps between passes is fresh.
 void inOwnSystem(const std::function<void()>& body);
 
-/// Writes the configuration file and loads it; the calls of that are forgotten.
+/// Writes the configuration file and loads it, also while a loop runs in this thread; nothing of it
+/// is noted.
 void configure(const std::string& json);
 
 bool exists(const std::string& path);
