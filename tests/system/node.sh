@@ -5,13 +5,27 @@
 
 . "${BASH_SOURCE[0]%/*}/node_init.sh"
 
-node_root=$(mktemp -d /tmp/koraha-nodes.XXXXXX)
+# node_own_machine SCRIPT ARGUMENT...: an ordinary user becomes root of a user namespace that owns
+# both nodes (a cable joins two nodes only if one user owns them): the script starts again inside it.
+# No memory can be locked there: node_memory_limit says what a daemon is to be started with.
+node_own_machine() {
+    [ "$(id -u)" != 0 ] || return 0
+    if ! unshare --user --map-root-user true 2> /dev/null; then
+        echo "This user may not make user namespaces. Run this as root, or allow them:" >&2
+        echo "  sudo sysctl kernel.unprivileged_userns_clone=1 user.max_user_namespaces=10000" >&2
+        exit 1
+    fi
+    node_memory_limit=0 exec unshare --user --map-root-user "$@"
+}
+node_memory_limit=${node_memory_limit:-unlimited}
+
+node_root=
 declare -A node_pid=()
 
 # node_start NAME BUILD: makes a node.
 node_start() {
     local name=$1 build=$2 flags=(--net --mount --pid --ipc --uts --fork --kill-child)
-    [ "$(id -u)" = 0 ] || flags+=(--user --map-root-user)
+    [ -n "$node_root" ] || node_root=$(mktemp -d /tmp/koraha-nodes.XXXXXX)
     mkdir -p "$node_root/$name" "$node_root/build"
     unshare "${flags[@]}" bash -c "$(declare -f node_init); node_init '$name' '$node_root' '$build'" &
     node_pid[$name]=$!
@@ -32,18 +46,16 @@ node_run() {
     local inner flags=(--net --mount --pid --ipc --uts)
     inner=$(node_inner "$1") && [ -n "$inner" ] || return 1
     shift
-    [ "$(id -u)" = 0 ] || flags+=(--user --preserve-credentials)
     nsenter --target "$inner" "${flags[@]}" "$@"
 }
 
 # node_enter_net NAME COMMAND...: runs a command in the node's network alone, with our own processes
 # in sight.
 node_enter_net() {
-    local inner flags=(--net)
+    local inner
     inner=$(node_inner "$1") || return 1
     shift
-    [ "$(id -u)" = 0 ] || flags+=(--user --preserve-credentials)
-    nsenter --target "$inner" "${flags[@]}" "$@"
+    nsenter --target "$inner" --net "$@"
 }
 
 # node_join: a cable between node1 and node2, 10.77.0.1 and 10.77.0.2 on link0.
@@ -63,5 +75,5 @@ node_stop_all() {
         wait "${node_pid[$name]}" 2> /dev/null
     done
     node_pid=()
-    rm -rf "$node_root"
+    [ -z "$node_root" ] || rm -rf "$node_root"
 }
