@@ -19,6 +19,13 @@ constexpr std::size_t chunkBytes = 4096;
 PeerConnection::PeerConnection(UniqueFd fd, PeerKeys keys, SteadyClock::time_point now)
     : fd_(std::move(fd)), keys_(std::move(keys)), endsAt_(now + timeToFinish) {}
 
+int PeerConnection::progress() const {
+    if (awaits_ == Awaits::hello) {
+        return 0;
+    }
+    return authenticated_ ? 2 : 1;
+}
+
 short PeerConnection::events() const {
     return static_cast<short>(unsent_.empty() ? POLLIN : POLLOUT);
 }

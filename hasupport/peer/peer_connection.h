@@ -24,6 +24,8 @@ class PeerConnection {
     SteadyClock::time_point endsAt() const { return endsAt_; }
     bool done() const { return done_; }
     bool authenticated() const { return authenticated_; }
+    /// How far the client has got; whoever got least far makes room for others first.
+    int progress() const;
     /// Why the client was refused; empty while it was not.
     const std::string& refusal() const { return refusal_; }
 

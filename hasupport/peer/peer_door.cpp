@@ -16,6 +16,9 @@ namespace KORA::HA::Daemon::support {
 namespace {
 
 constexpr std::size_t connectionLimit = 8;
+constexpr std::size_t knocksPerStep = 16;
+// Fewer than there are places: whoever comes in is heard at least once before it may have to go.
+constexpr std::size_t guestsPerStep = connectionLimit / 2;
 constexpr std::chrono::seconds retryEvery{1};
 constexpr std::chrono::seconds refusalEvery{10};
 
@@ -80,7 +83,8 @@ void PeerDoor::open(const PeerRoute& route) {
 }
 
 void PeerDoor::acceptAll() {
-    for (std::size_t i = 0; i < connectionLimit; ++i) {
+    std::size_t guests = 0;
+    for (std::size_t i = 0; i < knocksPerStep && guests < guestsPerStep; ++i) {
         sockaddr_storage address{};
         socklen_t size = sizeof address;
         UniqueFd fd(::accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size,
@@ -88,31 +92,35 @@ void PeerDoor::acceptAll() {
         if (!fd) {
             return;
         }
-        if (const auto from = IpAddress::from(address)) {
-            takeIn(std::move(fd), *from);
-        }
+        const auto from = IpAddress::from(address);
+        guests += from && takeIn(std::move(fd), *from) ? 1 : 0;
     }
 }
 
-void PeerDoor::takeIn(UniqueFd fd, const IpAddress& from) {
+bool PeerDoor::takeIn(UniqueFd fd, const IpAddress& from) {
     const LinkAddresses link = linkAddresses();
     const auto peer = IpAddress::parse(link.remote, link.interface);
     if (!peer || !from.sameHost(*peer)) {
         tellRefusal("a connection from an address that is not the peer's");
-        return;
+        return false;
+    }
+    PeerKeys keys = readPeerKeys(supportSettings().peerKeyPath);
+    if (!keys.usable()) {  // since the listener was last looked at
+        return false;
     }
     if (connections_.size() >= connectionLimit) {
         makeRoom();
     }
-    connections_.push_back(std::make_unique<PeerConnection>(
-        std::move(fd), readPeerKeys(supportSettings().peerKeyPath), SteadyClock::now()));
+    connections_.push_back(
+        std::make_unique<PeerConnection>(std::move(fd), std::move(keys), SteadyClock::now()));
+    return true;
 }
 
-// The oldest one that has not proved itself goes first.
+// Among those that got least far, the oldest one: a crowd that only knocks displaces itself.
 void PeerDoor::makeRoom() {
-    auto going = std::find_if(connections_.begin(), connections_.end(),
-                              [](const auto& each) { return !each->authenticated(); });
-    connections_.erase(going == connections_.end() ? connections_.begin() : going);
+    connections_.erase(std::min_element(
+        connections_.begin(), connections_.end(),
+        [](const auto& one, const auto& other) { return one->progress() < other->progress(); }));
 }
 
 void PeerDoor::dropDone() {

@@ -25,7 +25,7 @@ class PeerDoor : public Door {
     void keepListener();
     void open(const PeerRoute& route);
     void acceptAll();
-    void takeIn(UniqueFd fd, const IpAddress& from);
+    bool takeIn(UniqueFd fd, const IpAddress& from);
     void makeRoom();
     void dropDone();
     void tellRefusal(const std::string& reason);

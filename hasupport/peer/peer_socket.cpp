@@ -13,7 +13,7 @@ namespace KORA::HA::Daemon::support {
 namespace {
 
 constexpr int onLinkHops = 255;
-constexpr int backlog = 16;
+constexpr int backlog = 128;  // a dropped knock is repeated after a second: too late for a probe
 
 bool setOption(int fd, int level, int option, int value) {
     return ::setsockopt(fd, level, option, &value, sizeof value) == 0;
