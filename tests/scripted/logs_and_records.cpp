@@ -11,7 +11,7 @@ class DaemonLog::Impl {
 
 DaemonLog::DaemonLog(std::string directory, std::string fileName)
     : impl_(new Impl{fileName == "/ha.daemon.log" ? "daemonLog" : "recordLog"}) {
-    script().noteMade("DaemonLog " + directory + fileName);
+    script().noteMade("DaemonLog " + directory + " " + fileName);
 }
 DaemonLog::~DaemonLog() {
     script().note("~DaemonLog " + impl_->name);

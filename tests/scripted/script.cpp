@@ -38,6 +38,7 @@ Script::Script()
 void Script::note(const std::string& call) {
     const std::lock_guard lock(mutex_);
     calls.push_back(call);
+    callsOfThreads_[std::this_thread::get_id()].push_back(call);
     if (calls.size() > 1'000'000) {
         std::fprintf(stderr, "A loop without an end: the last call was %s\n", call.c_str());
         std::abort();
@@ -54,11 +55,18 @@ void Script::noteLogLine(const std::string& line) {
 void Script::noteMade(const std::string& type) {
     const std::lock_guard lock(mutex_);
     ++made[type];
+    madeInOrder.push_back(type);
 }
 
 std::vector<std::string> Script::callsSoFar() const {
     const std::lock_guard lock(mutex_);
     return calls;
+}
+
+std::vector<std::string> Script::callsOfThisThread() const {
+    const std::lock_guard lock(mutex_);
+    const auto found = callsOfThreads_.find(std::this_thread::get_id());
+    return found == callsOfThreads_.end() ? std::vector<std::string>{} : found->second;
 }
 
 std::vector<std::string> Script::callsOf(std::initializer_list<const char*> beginnings) const {
@@ -75,9 +83,11 @@ std::vector<std::string> Script::callsOf(std::initializer_list<const char*> begi
 void Script::forgetCalls() {
     const std::lock_guard lock(mutex_);
     calls.clear();
+    callsOfThreads_.clear();
     logLines.clear();
     toolCalls.clear();
     made.clear();
+    madeInOrder.clear();
     restarts = 0;
 }
 

@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "hasupport/status.h"
@@ -21,10 +22,11 @@ struct Script {
     using Status = KORA::HA::Daemon::Status;
 
     // What happened, in order. Threads append at once: use callsSoFar() while any of them runs.
-    std::vector<std::string> calls;      ///< everything, such as "isMDResync" or "sleep 20"
-    std::vector<std::string> logLines;   ///< the lines of the daemon log alone
-    std::vector<std::string> toolCalls;  ///< path, options and arguments, separated by blanks
-    std::map<std::string, int> made;     ///< objects constructed, by class
+    std::vector<std::string> calls;        ///< everything, such as "isMDResync" or "sleep 20"
+    std::vector<std::string> logLines;     ///< the lines of the daemon log alone
+    std::vector<std::string> toolCalls;    ///< path, options and arguments, separated by blanks
+    std::map<std::string, int> made;       ///< objects constructed, by class
+    std::vector<std::string> madeInOrder;  ///< the same, one after another
     int restarts = 0;
     Status* attached = nullptr;  ///< what setStatus was given last
 
@@ -61,6 +63,7 @@ struct Script {
     void noteLogLine(const std::string& line);
     void noteMade(const std::string& type);
     std::vector<std::string> callsSoFar() const;
+    std::vector<std::string> callsOfThisThread() const;
 
     /// The calls that begin with one of the beginnings, in order.
     std::vector<std::string> callsOf(std::initializer_list<const char*> beginnings) const;
@@ -71,6 +74,7 @@ struct Script {
 
   private:
     mutable std::mutex mutex_;
+    std::map<std::thread::id, std::vector<std::string>> callsOfThreads_;
 };
 
 Script& script();

@@ -1,0 +1,218 @@
+#include "daemon/supervisor.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "log/log_line.h"
+#include "log/running_flag.h"
+#include "tests/daemon/support/eventually.h"
+#include "tests/daemon/support/thread_calls.h"
+#include "tests/daemon/support/virtual_time.h"
+#include "tests/scripted/script.h"
+
+namespace KORA::HA::Daemon {
+namespace {
+
+using namespace koraha::test;
+
+using Calls = std::vector<std::string>;
+
+bool untilTheFlagIsClear() {
+    EXPECT_TRUE(eventually([] { return !isRunning(); }));
+    return true;
+}
+
+boost::function<bool()> atOnce(bool result) {
+    return [result] { return result; };
+}
+
+std::string stoppedLine(const std::string& name) {
+    return "daemonLog.set koraharemotemond:566 Failed to do " + name;
+}
+
+class Supervisor : public testing::Test {
+  protected:
+    void start(const std::string& name, const boost::function<bool()>& routine) {
+        numbers[name] = threadsMade();
+        routines.emplace(name, MyRoutine(routine));
+    }
+
+    // The names of the routines in the order of their joins.
+    Calls joined() const {
+        Calls names;
+        for (const int number : threadsJoined()) {
+            for (const auto& [name, itsNumber] : numbers) {
+                if (number == itsNumber) {
+                    names.push_back(name);
+                }
+            }
+        }
+        return names;
+    }
+
+    void TearDown() override {
+        stopRunning();
+        for (auto& [name, routine] : routines) {
+            routine.join();
+        }
+        onSleep([](unsigned int) {});
+    }
+
+    RoutineTable routines;
+    std::map<std::string, int> numbers;
+};
+
+class SupervisorOf : public Supervisor,
+                     public testing::WithParamInterface<std::tuple<int, bool>> {};
+
+TEST_P(SupervisorOf, stoppedRoutineIsNamedWhicheverItIsAndWhateverItReturned) {
+    const auto [stopped, result] = GetParam();
+    const Calls names = {"alpha", "beta", "gamma"};
+    for (int i = 0; i < 3; ++i) {
+        start(names.at(i), i == stopped ? atOnce(result) : untilTheFlagIsClear);
+    }
+    const auto before = std::chrono::steady_clock::now();
+    superviseUntilOneStops(routines);
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::seconds(stopped));
+    EXPECT_FALSE(isRunning());
+    EXPECT_EQ((Calls{stoppedLine(names.at(stopped)), "sleep 1"}), script().callsOfThisThread());
+}
+
+INSTANTIATE_TEST_SUITE_P(Routines, SupervisorOf,
+                         testing::Combine(testing::Values(0, 1, 2), testing::Bool()));
+
+TEST_F(Supervisor, namesOnlyTheFirstInKeyOrderEvenIfSeveralStopped) {
+    for (const char* name : {"gamma", "beta", "alpha"}) {
+        start(name, atOnce(false));
+    }
+    superviseUntilOneStops(routines);
+    EXPECT_EQ((Calls{stoppedLine("alpha"), "sleep 1"}), script().calls);
+}
+
+TEST_F(Supervisor, keyOrderIsThatOfBytes) {
+    for (const char* name : {"a", "Z", "_"}) {
+        start(name, atOnce(true));
+    }
+    superviseUntilOneStops(routines);
+    EXPECT_EQ((Calls{stoppedLine("Z"), "sleep 1"}), script().calls);
+}
+
+TEST_F(Supervisor, doesNotExamineLaterEntriesOfThatPass) {
+    start("alpha", atOnce(true));
+    start("beta", atOnce(true));
+    const MyRoutine taken(std::move(routines.at("beta")));  // examined, it would log that
+    superviseUntilOneStops(routines);
+    EXPECT_EQ((Calls{stoppedLine("alpha"), "sleep 1"}), script().calls);
+}
+
+TEST_F(Supervisor, sleepsASecondAfterEachPassAndLooksAgain) {
+    std::atomic<bool> ended{false};
+    start("alpha", [&ended] { return eventually([&ended] { return ended.load(); }); });
+    onSleep([&ended](unsigned int) { ended = true; });
+    superviseUntilOneStops(routines);
+    EXPECT_EQ((Calls{"sleep 1", stoppedLine("alpha"), "sleep 1"}), script().calls);
+}
+
+TEST_F(Supervisor, flagIsTestedBeforeEachPass) {
+    start("alpha", atOnce(true));
+    TEST_setRunning(false);
+    superviseUntilOneStops(routines);
+    EXPECT_EQ(Calls{}, script().calls);
+}
+
+TEST_F(Supervisor, flagClearedDuringItsSleepEndsItWithoutALine) {
+    start("alpha", untilTheFlagIsClear);
+    onSleep([](unsigned int) { stopRunning(); });
+    superviseUntilOneStops(routines);
+    EXPECT_EQ(Calls{"sleep 1"}, script().calls);
+}
+
+TEST_F(Supervisor, routineThatCouldNotBeStartedIsFoundAtTheFirstPass) {
+    const int first = threadsMade();
+    beforeEachThread([first](int number) { return number != first + 1; });
+    start("alpha", untilTheFlagIsClear);
+    start("beta", untilTheFlagIsClear);
+    start("gamma", untilTheFlagIsClear);
+    beforeEachThread([](int) { return true; });
+    superviseUntilOneStops(routines);
+    EXPECT_EQ((Calls{"daemonLog.set koraharemotemond:462 Failed to get thread/future",
+                     stoppedLine("beta"), "sleep 1"}),
+              script().calls);
+}
+
+const Calls writes = {"daemonLog.writeLogToDisk", "recordLog.writeLogToDisk"};
+
+TEST_F(Supervisor, shutDownWritesDaemonLogThenRecordLogBeforeItJoins) {
+    std::atomic<bool> sawBoth{false};
+    const auto waitsForTheWrites = [&sawBoth] {
+        sawBoth = eventually([] { return script().callsSoFar() == writes; });
+        logMessage(1, "winding down");
+        return true;
+    };
+    start("alpha", waitsForTheWrites);
+    stopRunning();
+    shutDown(routines);
+    EXPECT_TRUE(sawBoth);
+    EXPECT_EQ(writes, script().callsOfThisThread());
+    // What a routine adds while it winds down is not flushed.
+    EXPECT_EQ("daemonLog.set koraharemotemond:1 winding down", script().calls.back());
+    EXPECT_EQ(Calls{"alpha"}, joined());
+}
+
+TEST_F(Supervisor, shutDownJoinsEveryRoutineOnceInKeyOrder) {
+    for (const char* name : {"gamma", "alpha", "delta", "beta"}) {
+        start(name, untilTheFlagIsClear);
+    }
+    stopRunning();
+    shutDown(routines);
+    EXPECT_EQ((Calls{"alpha", "beta", "delta", "gamma"}), joined());
+}
+
+TEST_F(Supervisor, shutDownJoinsTheOthersWhenOneWasNeverStarted) {
+    const int first = threadsMade();
+    beforeEachThread([first](int number) { return number != first; });
+    start("alpha", untilTheFlagIsClear);
+    start("beta", untilTheFlagIsClear);
+    beforeEachThread([](int) { return true; });
+    stopRunning();
+    shutDown(routines);
+    EXPECT_EQ(Calls{"beta"}, joined());
+}
+
+TEST_F(Supervisor, routineThatDoesNotReturnBlocksTheShutDown) {
+    std::atomic<bool> ended{false};
+    std::atomic<bool> isDown{false};
+    start("alpha", atOnce(true));
+    start("beta", [&ended] { return eventually([&ended] { return ended.load(); }); });
+    stopRunning();
+    boost::thread shutter([this, &isDown] {
+        shutDown(routines);
+        isDown = true;
+    });
+    EXPECT_TRUE(eventually([] { return script().callsSoFar() == writes; }));
+    EXPECT_TRUE(eventually([this] { return joined() == Calls{"alpha"}; }));
+    boost::this_thread::sleep_for(boost::chrono::milliseconds(100));
+    EXPECT_FALSE(isDown);
+    ended = true;
+    shutter.join();
+    EXPECT_TRUE(isDown);
+}
+
+TEST_F(Supervisor, failedFlushDoesNotKeepItFromJoining) {
+    script().writeLog = always(false);
+    start("alpha", untilTheFlagIsClear);
+    stopRunning();
+    shutDown(routines);
+    EXPECT_EQ(writes, script().calls);
+    EXPECT_EQ(Calls{"alpha"}, joined());
+    script().writeLog = always(true);
+}
+
+}  // namespace
+}  // namespace KORA::HA::Daemon
