@@ -2,7 +2,8 @@
 
 from .checks import CaseFailed, eventually, expect, expect_equal
 from .daemon import CONFIGURATION, DAEMON_LOG, PROGRAM, SHORT_INTERVALS, STATUS_SOCKET, Daemon
-from .node import CLUSTER_TOOL, IS_ROOT, Node, copy_key, joined_nodes, one_node
+from .hostile import hostile_service
+from .node import CLUSTER_TOOL, IS_ROOT, Node, copy_key, join, joined_nodes, nodes, one_node
 from .system_log import LOG_ERR, LOG_USER, SystemLogLine
 
 __all__ = [
@@ -23,6 +24,9 @@ __all__ = [
     "eventually",
     "expect",
     "expect_equal",
+    "hostile_service",
+    "join",
     "joined_nodes",
+    "nodes",
     "one_node",
 ]

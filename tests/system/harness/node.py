@@ -10,6 +10,7 @@ from pathlib import Path
 
 from .checks import eventually
 from .daemon import Daemon, first_child
+from .socket_maker import SocketMaker
 from .system_log import SystemLog
 
 HERE = Path(__file__).resolve().parent
@@ -17,20 +18,13 @@ IS_ROOT = os.geteuid() == 0
 PEER_KEY = "/var/lib/ha/peer.key"
 CLUSTER_TOOL = "/var/packages/Twinhold/target/sbin/koraha"
 
-# Run in a node's network: opens a socket there and hands it back over descriptor 3.
-OPEN_SOCKET = """
-import socket, sys
-made = socket.socket(int(sys.argv[1]), int(sys.argv[2]))
-socket.send_fds(socket.socket(fileno=3), [b"x"], [made.fileno()])
-"""
-
-
 class Node:
     def __init__(self, name, build):
         self.name = name
         self.number = int(name[-1])
         self.address = f"10.77.0.{self.number}"
         self.daemons = []
+        self._sockets = None
         self.keep = tempfile.mkdtemp(prefix="koraha-system.")
         shutil.copy(HERE.parents[1] / "tsan.suppressions", self.keep)
         (Path(self.keep) / name).mkdir()
@@ -51,6 +45,8 @@ class Node:
         return first_child(self._outer.pid)
 
     def stop(self):
+        if self._sockets is not None:
+            self._sockets.close()
         subprocess.run(["kill", "-KILL", str(self.inner), str(self._outer.pid)], check=False)
         self._outer.wait()
         shutil.rmtree(self.keep, ignore_errors=True)
@@ -109,17 +105,9 @@ class Node:
 
     def socket(self, family=socket.AF_INET, kind=socket.SOCK_STREAM):
         """A socket of this process that lives in the node's network."""
-        ours, theirs = socket.socketpair()
-        with ours, theirs:
-            command = [*self.enter("net"), "python3", "-c", OPEN_SOCKET]
-            command += [str(int(family)), str(int(kind))]
-            subprocess.run(
-                ["bash", "-c", f'exec 3>&{theirs.fileno()}; exec "$@"', "bash", *command],
-                check=True,
-                pass_fds=[theirs.fileno()],
-            )
-            _, fds, _, _ = socket.recv_fds(ours, 1, 1)
-        return socket.socket(fileno=fds[0])
+        if self._sockets is None:
+            self._sockets = SocketMaker(self.enter("net"))
+        return self._sockets.make(family, kind)
 
 
 def join(node1, node2):

@@ -46,6 +46,9 @@ class SystemLog:
     def count(self, text):
         return sum(text in each for each in self.texts())
 
+    def clear(self):
+        self._lines.clear()
+
     def await_lines(self, count):
         """What was sent may still be on its way through the listening thread."""
         eventually(f"the system log gets {count} lines", lambda: len(self._lines) >= count)
