@@ -2,20 +2,24 @@
 
 #include <chrono>
 #include <cstring>
+#include <exception>
 #include <mutex>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "hasupport/io/notice.h"
+#include "hasupport/logfile/buffer_place.h"
 #include "hasupport/logfile/line_format.h"
 #include "hasupport/logfile/log_file.h"
+#include "hasupport/logfile/log_writer.h"
 #include "hasupport/logfile/pending_lines.h"
 #include "hasupport/logfile/registry.h"
 
 namespace KORA::HA::Daemon {
 namespace {
 
-constexpr std::size_t pendingCeiling = std::size_t{4} << 20U;
-constexpr std::size_t batchLimit = std::size_t{64} << 10U;
+constexpr std::size_t scratchKept = std::size_t{4} << 10U;
 
 }  // namespace
 
@@ -25,69 +29,107 @@ class DaemonLog::Impl {
         : file_(std::move(directory), fileName) {}
 
     void set(const std::string& line) {
-        const auto now = std::chrono::system_clock::now();
         const std::lock_guard lock(linesMutex_);
-        append(now, line);
+        try {
+            takeBufferOnce();
+            format(line);
+            lines_.append(scratch_);
+            if (scratch_.capacity() > scratchKept) {
+                scratch_ = std::string();
+            }
+        } catch (const std::exception&) {
+            lines_.lose(1);
+        }
     }
 
     bool write() {
         const std::lock_guard fileLock(fileMutex_);
-        stateLoss();
-        for (;;) {
-            const std::string batch = nextBatch();
-            if (batch.empty()) {
-                failure_.clear(file_.path() + " can be written again");
-                return true;
-            }
-            const auto outcome = file_.append(batch);
-            forget(outcome.written);
-            if (outcome.error != 0) {
-                failure_.raise(file_.path() +
-                               " cannot be written: " + std::strerror(outcome.error));
-                return false;
-            }
+        const int error = writeWhatWaits();
+        if (error != 0) {
+            failure_.raise(file_.path() + " cannot be written: " + std::strerror(error));
+            return false;
         }
+        failure_.clear(file_.path() + " can be written again");
+        return true;
     }
 
     std::int64_t size() const { return file_.size(); }
 
     bool rotate() {
         const std::lock_guard fileLock(fileMutex_);
+        support::LogWriter(file_, lines_, linesMutex_).settle();
         return file_.rotate();
     }
 
   private:
-    void append(std::chrono::system_clock::time_point at, std::string_view line) {
+    void format(std::string_view line) {
+        const std::string_view begin = line.substr(0, support::lineLimit);
         scratch_.clear();
-        support::appendLogLine(scratch_, at, line);
-        lines_.append(scratch_);
+        support::appendLogLine(scratch_, std::chrono::system_clock::now(), begin);
+        support::fitLine(scratch_, support::lineLimit, line.size() - begin.size());
     }
 
-    void stateLoss() {
-        const std::lock_guard lock(linesMutex_);
-        if (const auto lost = lines_.takeLost(); lost > 0) {
-            append(std::chrono::system_clock::now(),
-                   "libkorahadaemon: " + std::to_string(lost) +
-                       " older lines were lost, the log could not be written in time");
+    /// The buffer is taken by the first use: a process that logs nothing disturbs no other.
+    void takeBufferOnce() {
+        if (!std::exchange(tried_, true)) {
+            if (auto buffer = takeBuffer()) {
+                lines_ = support::PendingLines(std::move(*buffer));
+            }
         }
     }
 
-    std::string nextBatch() {
-        const std::lock_guard lock(linesMutex_);
-        return lines_.batch(batchLimit);
+    std::optional<support::LineBuffer> takeBuffer() {
+        return support::LineBuffer::at(support::bufferPlace(), support::bufferName(file_.path()),
+                                       trouble_);
     }
 
-    void forget(std::size_t written) {
+    int writeWhatWaits() {
+        std::optional<support::PendingLines> taken = retakeBuffer();
+        tellTrouble();
+        if (taken) {  // what was left in it is older than ours
+            std::mutex nobodyElses;
+            const int error = support::LogWriter(file_, *taken, nobodyElses).write();
+            if (error != 0) {
+                return error;
+            }
+        }
+        const int error = support::LogWriter(file_, lines_, linesMutex_).write();
         const std::lock_guard lock(linesMutex_);
-        lines_.written(written);
+        if (taken && lines_.isEmpty() && !lines_.flight()) {
+            taken->lose(lines_.untold());
+            lines_ = std::move(*taken);
+        }
+        return error;
+    }
+
+    /// Tries again for the buffer where the lines lie in the memory of this process alone.
+    std::optional<support::PendingLines> retakeBuffer() {
+        const std::lock_guard lock(linesMutex_);
+        takeBufferOnce();
+        if (lines_.outlives()) {
+            return std::nullopt;
+        }
+        auto buffer = takeBuffer();
+        return buffer ? std::optional(support::PendingLines(std::move(*buffer))) : std::nullopt;
+    }
+
+    void tellTrouble() {
+        if (trouble_.text.empty()) {
+            unprotected_.clear("log lines outlive this process again");
+        } else {
+            unprotected_.raise("log lines do not outlive this process: " + trouble_.text);
+        }
     }
 
     support::LogFile file_;
     std::mutex fileMutex_;  // one flush or rotation at a time; never held by set
     support::Notice failure_;
+    support::Notice unprotected_;
 
-    std::mutex linesMutex_;  // guards the two below; held for a copy, never for a disk
-    support::PendingLines lines_{pendingCeiling};
+    std::mutex linesMutex_;  // guards what follows; held for a copy, never for a disk
+    support::PendingLines lines_;
+    support::BufferTrouble trouble_;
+    bool tried_ = false;
     std::string scratch_;
 };
 
@@ -103,14 +145,14 @@ DaemonLog::~DaemonLog() {
 void DaemonLog::set(const std::string& line) {
     impl_->set(line);
 }
-bool DaemonLog::writeLogToDisk() {
-    return impl_->write();
+bool DaemonLog::writeLogToDisk() try { return impl_->write(); } catch (const std::exception&) {
+    return false;  // out of memory: the lines keep waiting
 }
 std::int64_t DaemonLog::size() const {
     return impl_->size();
 }
-bool DaemonLog::rotate() {
-    return impl_->rotate();
+bool DaemonLog::rotate() try { return impl_->rotate(); } catch (const std::exception&) {
+    return false;
 }
 
 }  // namespace KORA::HA::Daemon

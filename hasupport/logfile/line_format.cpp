@@ -1,5 +1,6 @@
 #include "hasupport/logfile/line_format.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <ctime>
@@ -48,6 +49,33 @@ void appendLogLine(std::string& out, std::chrono::system_clock::time_point at,
         }
     }
     out.push_back('\n');
+}
+
+void fitLine(std::string& line, std::size_t limit, std::size_t missing) {
+    if (line.size() <= limit && missing == 0) {
+        return;
+    }
+    constexpr std::size_t noteRoom = 64;
+    std::size_t kept = std::min(line.size() - 1, limit > noteRoom ? limit - noteRoom : 0);
+    while (kept > 0 && (static_cast<unsigned char>(line[kept]) & 0xc0U) == 0x80U) {
+        --kept;  // not inside a character
+    }
+    while (kept > 0 && line[kept - 1] == '\n') {
+        --kept;  // a newline inside needs the tab behind it
+    }
+    missing += line.size() - 1 - kept;
+    line.resize(kept);
+    line.append(" [").append(std::to_string(missing)).append(" bytes cut]\n");
+}
+
+void appendLossLine(std::string& out, std::string_view next, std::uint64_t lost) {
+    const std::size_t blank = next.find(' ');
+    if (blank < 32) {
+        out.append(next.substr(0, blank + 1));
+    }
+    out.append("libkorahadaemon: ")
+        .append(std::to_string(lost))
+        .append(" older lines were lost, the log could not be written in time\n");
 }
 
 }  // namespace KORA::HA::Daemon::support

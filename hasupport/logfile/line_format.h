@@ -1,6 +1,8 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -12,5 +14,13 @@ namespace KORA::HA::Daemon::support {
 /// begins with a stamp.
 void appendLogLine(std::string& out, std::chrono::system_clock::time_point at,
                    std::string_view text);
+
+/// Cuts a line that is longer than `limit` bytes, or that lacks `missing` bytes already, and says
+/// in it how much is missing.
+void fitLine(std::string& line, std::size_t limit, std::size_t missing);
+
+/// Appends the line that stands where `lost` lines are missing, with the stamp of `next`, the line
+/// behind them: the same lines make the same text at any time.
+void appendLossLine(std::string& out, std::string_view next, std::uint64_t lost);
 
 }  // namespace KORA::HA::Daemon::support

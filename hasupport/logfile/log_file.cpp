@@ -8,8 +8,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "hasupport/io/unique_fd.h"
-
 namespace KORA::HA::Daemon::support {
 namespace {
 
@@ -17,19 +15,31 @@ constexpr mode_t fileMode = 0640;
 constexpr mode_t directoryMode = 0750;
 constexpr int keptFiles = 5;
 
-int openToAppend(const std::string& path) {
+constexpr int baseFlags = O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+
+// Never waits for what stands there instead of a file.
+OpenLogFile openRegular(const std::string& path, int flags) {
     int fd = -1;
     do {
-        fd = ::open(path.c_str(),
-                    O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY,
-                    fileMode);
+        fd = ::open(path.c_str(), baseFlags | flags, fileMode);
     } while (fd < 0 && errno == EINTR);
-    return fd;
+    if (fd < 0) {
+        return {UniqueFd(), errno};
+    }
+    UniqueFd owned(fd);
+    struct stat info {};
+    if (::fstat(fd, &info) != 0) {
+        return {UniqueFd(), errno};
+    }
+    if (!S_ISREG(info.st_mode)) {
+        return {UniqueFd(), EINVAL};
+    }
+    return {std::move(owned), 0};
 }
 
-bool isRegular(int fd) {
+bool exists(const std::string& path) {
     struct stat info {};
-    return ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    return ::lstat(path.c_str(), &info) == 0;
 }
 
 }  // namespace
@@ -37,31 +47,36 @@ bool isRegular(int fd) {
 LogFile::LogFile(std::string directory, const std::string& fileName)
     : directory_(std::move(directory)), path_(directory_ + fileName) {}
 
-WriteOutcome LogFile::append(std::string_view bytes) const {
-    UniqueFd fd(openToAppend(path_));
-    if (!fd && errno == ENOENT) {
+std::string LogFile::numbered(int number) const {
+    return number == 0 ? path_ : path_ + "." + std::to_string(number);
+}
+
+OpenLogFile LogFile::openToAppend() const {
+    auto opened = openRegular(path_, O_WRONLY | O_CREAT);
+    if (opened.error() == ENOENT) {
         ::mkdir(directory_.c_str(), directoryMode);
-        fd.reset(openToAppend(path_));
+        return openRegular(path_, O_WRONLY | O_CREAT);
     }
-    if (!fd) {
-        return {0, errno};
-    }
-    if (!isRegular(fd.get())) {
-        return {0, EINVAL};
-    }
-    WriteOutcome outcome;
-    while (outcome.written < bytes.size()) {
-        const std::string_view rest = bytes.substr(outcome.written);
-        const ssize_t sent = ::write(fd.get(), rest.data(), rest.size());
-        if (sent > 0) {
-            outcome.written += static_cast<std::size_t>(sent);
-        } else if (sent == 0 || errno != EINTR) {
-            outcome.error = sent == 0 ? ENOSPC : errno;
-            break;
+    return opened;
+}
+
+OpenLogFile LogFile::openMarked(const FileMark& mark) const {
+    int error = ENOENT;
+    for (int number = 0; number <= keptFiles; ++number) {
+        auto opened = openRegular(numbered(number), O_RDWR);
+        const auto found = opened.error() == 0 ? opened.mark() : std::nullopt;
+        if (found && found->device == mark.device && found->inode == mark.inode) {
+            return opened;
         }
+        // What stands there but cannot be read may be the one.
+        const int notIt[] = {0, ENOENT, EINVAL, ELOOP, EISDIR, ENXIO};
+        bool mayBeIt = true;
+        for (const int each : notIt) {
+            mayBeIt = mayBeIt && opened.error() != each;
+        }
+        error = mayBeIt ? opened.error() : error;
     }
-    ::fdatasync(fd.get());  // its failure does not undo what was written
-    return outcome;
+    return {UniqueFd(), error};
 }
 
 std::int64_t LogFile::size() const {
@@ -69,13 +84,16 @@ std::int64_t LogFile::size() const {
     return ::stat(path_.c_str(), &info) == 0 ? info.st_size : 0;
 }
 
+// Shifts up to the first free number only: a rotation that was interrupted left one.
 bool LogFile::rotate() const {
-    for (int number = keptFiles - 1; number >= 1; --number) {
-        const std::string from = path_ + "." + std::to_string(number);
-        const std::string to = path_ + "." + std::to_string(number + 1);
-        std::rename(from.c_str(), to.c_str());  // most often there is none
+    int last = 1;
+    while (last < keptFiles && exists(numbered(last))) {
+        ++last;
     }
-    return std::rename(path_.c_str(), (path_ + ".1").c_str()) == 0;
+    for (int number = last - 1; number >= 1; --number) {
+        std::rename(numbered(number).c_str(), numbered(number + 1).c_str());
+    }
+    return std::rename(path_.c_str(), numbered(1).c_str()) == 0;
 }
 
 }  // namespace KORA::HA::Daemon::support

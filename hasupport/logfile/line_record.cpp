@@ -1,0 +1,94 @@
+#include "hasupport/logfile/line_record.h"
+
+#include <atomic>
+#include <cstring>
+
+#include "hasupport/logfile/checksum.h"
+
+namespace KORA::HA::Daemon::support {
+namespace {
+
+// No text holds these bytes: control characters are escaped in it.
+constexpr std::uint32_t waitingMark = 0x1e0a011fU;
+constexpr std::uint32_t doneMark = 0x1e0a021fU;
+
+struct Head {
+    std::uint32_t mark;
+    std::uint32_t length;
+    std::uint64_t sequence;
+    std::uint64_t check;
+};
+static_assert(sizeof(Head) == recordHead);
+
+// The buffer is bytes on either side of a kill; the mark alone is written as a whole.
+void storeMark(char* at, std::uint32_t mark) {
+    auto* const place = reinterpret_cast<std::uint32_t*>(at);
+    std::atomic_ref(*place).store(mark, std::memory_order_release);
+}
+
+bool isFormattedLine(std::string_view text) {
+    if (text.empty() || text.back() != '\n') {
+        return false;
+    }
+    for (std::size_t at = 0; at + 1 < text.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        const bool continued = byte == '\n' && text[at + 1] == '\t';
+        const bool continuation = byte == '\t' && at > 0 && text[at - 1] == '\n';
+        if ((byte < 0x20U || byte == 0x7fU) && !continued && !continuation) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool readRecord(std::string_view bytes, std::size_t at, LineRecord& record) {
+    Head head{};
+    std::memcpy(&head, bytes.data() + at, sizeof head);
+    if ((head.mark != waitingMark && head.mark != doneMark) ||
+        head.length > bytes.size() - at - recordHead || head.sequence == 0 ||
+        head.sequence > largestSequence) {
+        return false;
+    }
+    record.text = bytes.substr(at + recordHead, head.length);
+    record.sequence = head.sequence;
+    record.waiting = head.mark == waitingMark;
+    record.begin = at;
+    record.end = at + recordSize(head.length);
+    return head.check == recordCheck(record.sequence, record.text) && isFormattedLine(record.text);
+}
+
+}  // namespace
+
+std::size_t recordSize(std::size_t textSize) {
+    return (recordHead + textSize + recordAlignment - 1) / recordAlignment * recordAlignment;
+}
+
+std::uint64_t recordCheck(std::uint64_t sequence, std::string_view text) {
+    const std::uint64_t numbers[2] = {sequence, text.size()};
+    return checksum(text, checksum({reinterpret_cast<const char*>(numbers), sizeof numbers}));
+}
+
+void putRecord(char* at, std::uint64_t sequence, std::string_view text) {
+    storeMark(at, 0);
+    const Head head{0, static_cast<std::uint32_t>(text.size()), sequence,
+                    recordCheck(sequence, text)};
+    std::memcpy(at, &head, sizeof head);
+    std::memcpy(at + sizeof head, text.data(), text.size());
+    storeMark(at, waitingMark);
+}
+
+void retireRecord(char* at) {
+    storeMark(at, doneMark);
+}
+
+bool nextRecord(std::string_view bytes, std::size_t from, LineRecord& record) {
+    std::size_t at = (from + recordAlignment - 1) / recordAlignment * recordAlignment;
+    for (; at < bytes.size() && bytes.size() - at >= recordHead; at += recordAlignment) {
+        if (readRecord(bytes, at, record)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace KORA::HA::Daemon::support

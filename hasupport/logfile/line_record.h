@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace KORA::HA::Daemon::support {
+
+/// Numbers from 1 on; what is larger than this was never given out.
+inline constexpr std::uint64_t largestSequence = std::uint64_t{1} << 62U;
+
+/// Bytes that a record takes besides its text, at most: its head.
+inline constexpr std::size_t recordHead = 24;
+inline constexpr std::size_t recordAlignment = 8;
+
+/// One log line as it lies in a buffer.
+struct LineRecord {
+    std::uint64_t sequence = 0;
+    std::string_view text;  ///< points into the buffer
+    bool waiting = false;   ///< false: it was written or dropped
+    std::size_t begin = 0;  ///< where the record lies in the buffer
+    std::size_t end = 0;    ///< where the next one may begin
+};
+
+/// Bytes that a record of so much text takes.
+std::size_t recordSize(std::size_t textSize);
+
+/// Puts a record to `at`, which is aligned and has room. It counts as a whole from one store on:
+/// a process that is killed before it leaves no record there.
+void putRecord(char* at, std::uint64_t sequence, std::string_view text);
+
+/// Marks the record at `at` as done with.
+void retireRecord(char* at);
+
+/// The check over a record's text, its length and its number, as it stands in the record.
+std::uint64_t recordCheck(std::uint64_t sequence, std::string_view text);
+
+/// Finds the first whole record at or behind `from`, skipping what is damaged; false when there is
+/// none. A record is whole when its check fits and its text is a line as this library formats it.
+/// Pure: any bytes will do.
+bool nextRecord(std::string_view bytes, std::size_t from, LineRecord& record);
+
+}  // namespace KORA::HA::Daemon::support
