@@ -6,11 +6,9 @@
 #include <cerrno>
 #include <cstring>
 #include <numeric>
-#include <optional>
 #include <ostream>
 
 #include "config/config_table.h"
-#include "config/number_text.h"
 #include "hasupport/io/read_file.h"
 #include "tools/config_document.h"
 #include "tools/exit_codes.h"
@@ -25,6 +23,7 @@ using KORA::HA::Daemon::ConfType;
 constexpr double probeBoundMs = 1500;  // a lost heartbeat reads as the time waited for it
 constexpr double practicallyNever = 7.0 * 24 * 3600;
 constexpr std::size_t nearEnough = 6;
+constexpr std::size_t longestKey = 64;
 
 std::size_t editDistance(const std::string& a, const std::string& b) {
     std::vector<std::size_t> row(b.size() + 1);
@@ -43,6 +42,9 @@ std::size_t editDistance(const std::string& a, const std::string& b) {
 std::string nearestKey(const std::string& unknown) {
     std::string nearest;
     std::size_t least = nearEnough + 1;
+    if (unknown.size() > longestKey) {
+        return nearest;
+    }
     for (const auto& [type, entry] : configTable()) {
         const std::size_t distance = editDistance(unknown, entry.first);
         if (distance < least) {
@@ -58,10 +60,6 @@ bool isInterval(ConfType type) {
 }
 bool isRest(ConfType type) {
     return type >= 1000 && type < 2000;
-}
-bool isReal(ConfType type) {
-    return type == KORA::HA::Daemon::THR_OF_HB_LATENCY ||
-           type == KORA::HA::Daemon::THR_OF_HB_PKT_DROP;
 }
 
 void judgeNumber(ConfType type, const std::string& key, double value, ConfigFindings& findings) {
@@ -89,14 +87,6 @@ void judgeNumber(ConfType type, const std::string& key, double value, ConfigFind
     if (type == KORA::HA::Daemon::SIZE_MAX_OF_LOG_FILE && value < 1) {
         problem("every log is too large for this size and is rotated at each check");
     }
-}
-
-// As the daemon reads a text where it wants a number.
-std::optional<double> numberIn(ConfType type, const std::string& text) {
-    if (isReal(type)) {
-        return KORA::HA::Daemon::floatFromText(text);
-    }
-    return KORA::HA::Daemon::intFromText(text);
 }
 
 void checkMember(ConfType type, const std::string& key, const Json::Value& value,
@@ -134,7 +124,8 @@ void checkMembers(const Json::Value& file, ConfigFindings& findings) {
             continue;
         }
         const std::string nearest = nearestKey(key);
-        findings.problems.push_back(key + ": no such setting, it is ignored" +
+        findings.problems.push_back(key.substr(0, 2 * longestKey) +
+                                    ": no such setting, it is ignored" +
                                     (nearest.empty() ? "" : "; is " + nearest + " meant?"));
     }
 }

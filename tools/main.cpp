@@ -3,6 +3,7 @@
 #include <iostream>
 #include <string>
 
+#include "tools/check_command.h"
 #include "tools/check_config.h"
 #include "tools/exit_codes.h"
 #include "tools/peer_key_command.h"
@@ -12,13 +13,25 @@ namespace {
 
 using namespace korahamonctl;  // NOLINT(google-build-using-namespace): this is the tool
 
+constexpr int longestWait = 86'400;
+
 void addStatus(CLI::App& app, StatusOptions& options, int& result) {
     auto* status = app.add_subcommand("status", "Show the health of this node and of its peer");
     status->add_flag("--json", options.json, "One JSON object, as the daemon gave it");
+    status
+        ->add_option("--wait", options.waitSeconds,
+                     "Wait up to so many seconds for all to be well, and show what is then")
+        ->check(CLI::Range(0, longestWait));
     status->callback([&] { result = showStatus(options, std::cout, std::cerr); });
     auto* watch = app.add_subcommand("watch", "Show the health now and after every change");
     watch->add_flag("--json", options.json, "One JSON object per line");
     watch->callback([&] { result = watchStatus(options, std::cout, std::cerr); });
+}
+
+CLI::App* addCheck(CLI::App& app, StatusOptions& options, int& result) {
+    auto* check = app.add_subcommand("check", "One line and an exit code for a monitoring system");
+    check->callback([&] { result = checkHealth(options, std::cout); });
+    return check;
 }
 
 void addCheckConfig(CLI::App& app, std::string& file, int& result) {
@@ -61,12 +74,16 @@ int main(int argc, char** argv) try {
         ->capture_default_str();
     app.fallthrough();
     addStatus(app, status, result);
+    CLI::App* check = addCheck(app, status, result);
     addCheckConfig(app, status.configuration, result);
     addPeerKey(app, key, result);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? exitFine : exitUsage;
+        if (app.exit(e) == 0) {
+            return exitFine;
+        }
+        return app.got_subcommand(check) ? pluginUnknown : exitUsage;
     }
     return result;
 } catch (const std::exception& e) {

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "config/config_table.h"
-#include "config/number_text.h"
 #include "hasupport/io/read_file.h"
 #include "tools/config_document.h"
 
@@ -13,36 +12,25 @@ namespace korahamonctl {
 namespace {
 
 using KORA::HA::Daemon::ConfType;
-using KORA::HA::Daemon::intFromText;
 
 constexpr double tolerated = 3;
 constexpr double passBoundSeconds = 5;
 
-double setting(const Json::Value& document, ConfType type) {
-    const auto& [key, fallbackText] = KORA::HA::Daemon::configTable().at(type);
-    const int fallback = intFromText(fallbackText).value_or(0);
-    const Json::Value& value = document[key];
-    int number = fallback;
-    if (value.isString()) {
-        number = intFromText(value.asString()).value_or(fallback);
-    } else if (value.isNumeric() && value.isConvertibleTo(Json::intValue)) {
-        number = value.asInt();
-    }
-    return number < 0 ? fallback : number;
+// A pace below zero would pause practically for ever, which is no pace to judge by.
+double paceIn(const Json::Value& document, ConfType type) {
+    const double pace = settingIn(document, type);
+    return pace < 0 ? settingIn(Json::objectValue, type) : pace;
 }
 
 }  // namespace
 
 Paces pacesFrom(const std::string& configuration) {
-    Json::Value document = parseConfig(configuration).value_or(Json::objectValue);
-    if (!document.isObject()) {
-        document = Json::objectValue;
-    }
+    const Json::Value document = parseConfig(configuration).value_or(Json::objectValue);
     Paces paces;
-    paces.peer = setting(document, KORA::HA::Daemon::BASE_INTERVAL_BUSY_FLAG);
-    paces.checks = std::max(setting(document, KORA::HA::Daemon::BASE_INTERVAL_ACTIVE),
-                            setting(document, KORA::HA::Daemon::BASE_INTERVAL_PASSIVE));
-    paces.interface = paces.checks * (setting(document, KORA::HA::Daemon::NUM_OF_REST_NETWORK) + 1);
+    paces.peer = paceIn(document, KORA::HA::Daemon::BASE_INTERVAL_BUSY_FLAG);
+    paces.checks = std::max(paceIn(document, KORA::HA::Daemon::BASE_INTERVAL_ACTIVE),
+                            paceIn(document, KORA::HA::Daemon::BASE_INTERVAL_PASSIVE));
+    paces.interface = paces.checks * (paceIn(document, KORA::HA::Daemon::NUM_OF_REST_NETWORK) + 1);
     return paces;
 }
 

@@ -2,9 +2,12 @@
 
 #include <json/value.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <ctime>
 #include <ostream>
+#include <thread>
 #include <utility>
 
 #include "tools/daemon_client.h"
@@ -18,6 +21,7 @@
 namespace korahamonctl {
 namespace {
 
+constexpr std::chrono::seconds betweenQuestions{1};
 constexpr int firstLineMs = 3000;
 constexpr int signOfLifeMs = 45'000;  // the daemon promises a line every 30 s
 
@@ -35,14 +39,28 @@ std::string timeOfDay() {
     return text.data();
 }
 
+// The first answer in which all is well, or the last one that there was time for.
+StatusAnswer awaitWell(const StatusOptions& options, const Paces& paces) {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::seconds(options.waitSeconds);
+    for (;;) {
+        StatusAnswer answer = askStatus(options.socketPath);
+        if ((answer.status && concernsIn(*answer.status, paces).empty()) || Clock::now() >= end) {
+            return answer;
+        }
+        std::this_thread::sleep_for(
+            std::min<Clock::duration>(betweenQuestions, end - Clock::now()));
+    }
+}
+
 }  // namespace
 
 int showStatus(const StatusOptions& options, std::ostream& out, std::ostream& err) {
-    const StatusAnswer answer = askStatus(options.socketPath);
+    const Paces paces = pacesOfFile(options.configuration);
+    const StatusAnswer answer = awaitWell(options, paces);
     if (!answer.status) {
         return fail(err, answer.problem);
     }
-    const Paces paces = pacesOfFile(options.configuration);
     if (options.json) {
         out << visibleJson(answer.line) << '\n';
     } else {

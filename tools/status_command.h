@@ -9,6 +9,7 @@ struct StatusOptions {
     std::string socketPath = "/tmp/.ha_daemon.socket";
     std::string configuration = "/var/lib/ha/remote_mond.conf";  ///< what the paces are taken from
     bool json = false;
+    int waitSeconds = 0;  ///< how long to wait for all to be well before saying what is
 };
 
 /// Asks once and prints; the exit code.

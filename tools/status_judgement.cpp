@@ -38,28 +38,28 @@ bool isValue(const Json::Value& value) {
 }
 
 void judgeGroup(const Json::Value& status, const Group& group, const Paces& paces,
-                std::vector<std::string>& concerns) {
+                std::vector<Concern>& concerns) {
     const Json::Value& value = member(status, group.key);
     const Knowledge knowledge = knowledgeOf(status, group.key, paces);
     if (knowledge != Knowledge::unknown && group.alarm != nullptr && value.isBool() &&
         value.asBool() == group.alarming) {
-        concerns.emplace_back(group.alarm);
+        concerns.push_back({group.alarm});
     }
     const bool peerAway = member(status, "remoteAlive").isBool() && !status["remoteAlive"].asBool();
     if (knowledge != Knowledge::known && !(group.ofPeer && peerAway)) {
-        concerns.push_back(group.key +
-                           std::string(knowledge == Knowledge::stale ? " stale" : " unknown"));
+        const char* what = knowledge == Knowledge::stale ? " stale" : " unknown";
+        concerns.push_back({group.key + std::string(what), true});
     }
 }
 
-void judgeArrays(const Json::Value& arrays, std::vector<std::string>& concerns) {
+void judgeArrays(const Json::Value& arrays, std::vector<Concern>& concerns) {
     if (!arrays.isArray()) {
-        concerns.emplace_back("degraded arrays unknown");
+        concerns.push_back({"degraded arrays unknown", true});
         return;
     }
     for (const Json::Value& name : arrays) {
-        concerns.push_back("degraded array " +
-                           (name.isString() ? visible(name.asString(), nameLimit) : "?"));
+        concerns.push_back(
+            {"degraded array " + (name.isString() ? visible(name.asString(), nameLimit) : "?")});
         if (concerns.size() >= concernsLimit) {
             return;
         }
@@ -79,8 +79,8 @@ Knowledge knowledgeOf(const Json::Value& status, const std::string& reading, con
                                                                            : Knowledge::stale;
 }
 
-std::vector<std::string> concernsIn(const Json::Value& status, const Paces& paces) {
-    std::vector<std::string> concerns;
+std::vector<Concern> concernsIn(const Json::Value& status, const Paces& paces) {
+    std::vector<Concern> concerns;
     for (const Group& group : groups) {
         judgeGroup(status, group, paces, concerns);
     }

@@ -30,6 +30,8 @@ TEST(CommandLine, EndsWithTwoOnUsage) {
                                                {"stat"},
                                                {"status", "--wide"},
                                                {"status", "extra"},
+                                               {"status", "--wait", "-1"},
+                                               {"status", "--wait", "soon"},
                                                {"status", "--socket"},
                                                {"check-config", "one", "two"},
                                                {"peer-key"},

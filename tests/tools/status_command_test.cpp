@@ -6,6 +6,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <list>
 #include <sstream>
@@ -92,6 +93,45 @@ TEST(ShowStatus, TakesTheStalenessFromTheConfiguration) {
     options.configuration = scratch.write("conf", R"({"BASE_INTERVAL_ACTIVE":300})");
     std::ostringstream out;
     EXPECT_EQ(showStatus(options, out, out), 0) << out.str();
+}
+
+Shown waitOn(const StatusServer::Behaviour& behaviour, int seconds) {
+    const StatusServer server(behaviour);
+    StatusOptions options;
+    options.socketPath = server.path();
+    options.configuration = "/nonexistent";
+    options.waitSeconds = seconds;
+    std::ostringstream out;
+    std::ostringstream err;
+    const int code = showStatus(options, out, err);
+    return {code, out.str(), err.str()};
+}
+
+TEST(ShowStatus, WaitsUntilAllIsWell) {
+    int asked = 0;
+    const Shown shown = waitOn(
+        [&](int client) {
+            requestOf(client);
+            ++asked;
+            if (asked > 1) {  // at first it only hangs up
+                say(client, lineOf(healthyBut("remoteAlive", asked > 2)) + "\n");
+            }
+        },
+        600);
+    EXPECT_EQ(shown.code, 0) << shown.err;
+    EXPECT_EQ(asked, 3);
+    EXPECT_THAT(shown.out, HasSubstr("peer                alive"));
+}
+
+TEST(ShowStatus, WaitsNoLongerThanToldAndSaysWhatIsThen) {
+    const auto start = std::chrono::steady_clock::now();
+    const Shown bad = waitOn(StatusServer::saying(lineOf(healthyBut("remoteAlive", false))), 2);
+    EXPECT_EQ(bad.code, 1);
+    EXPECT_THAT(bad.out, HasSubstr("NOT ALIVE"));
+    EXPECT_EQ(std::count(bad.out.begin(), bad.out.end(), 'D'), 2) << "shown once:" << bad.out;
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    expectNoAnswer(waitOn([](int) {}, 1), "");
 }
 
 TEST(ShowStatus, EndsWithThreeWithoutADaemon) {

@@ -21,8 +21,15 @@ using ::testing::SizeIs;
 
 const Paces paces = korahamonctl::pacesFrom("{}");
 
+// What is unknown ends in such a word, and nothing else does.
 std::vector<std::string> concernsIn(const Json::Value& status) {
-    return korahamonctl::concernsIn(status, paces);
+    std::vector<std::string> texts;
+    for (const auto& concern : korahamonctl::concernsIn(status, paces)) {
+        const bool says = concern.text.ends_with("unknown") || concern.text.ends_with("stale");
+        EXPECT_EQ(concern.unknown, says) << concern.text;
+        texts.push_back(concern.text);
+    }
+    return texts;
 }
 
 Json::Value listOf(std::initializer_list<const char*> names) {
