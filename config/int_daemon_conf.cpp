@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <sstream>
 
 #include "config/number_text.h"
 #include "log/log_line.h"
@@ -100,6 +101,11 @@ float GetFloat(ConfType type) {
 
 void TEST_resetDocument() {
     document = Json::Value(Json::objectValue);
+}
+
+std::optional<std::string> TEST_load(const std::string& text) {
+    std::istringstream file(text);
+    return parseDocument(file);
 }
 
 }  // namespace KORA::HA::Daemon

@@ -2,6 +2,7 @@
 
 #include <json/value.h>
 
+#include <optional>
 #include <string>
 
 #include "config/config_table.h"
@@ -26,5 +27,7 @@ float GetFloat(ConfType type);
 
 /// For tests only: forgets what was loaded.
 void TEST_resetDocument();
+/// For tests only: loads a text as the file's; what is wrong with it, if anything.
+std::optional<std::string> TEST_load(const std::string& text);
 
 }  // namespace KORA::HA::Daemon

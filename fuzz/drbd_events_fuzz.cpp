@@ -1,3 +1,4 @@
+// parser: hasupport/kernel/drbd_events.cpp
 #include "fuzz/fuzz_input.h"
 #include "hasupport/kernel/drbd_events.h"
 

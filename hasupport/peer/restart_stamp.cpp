@@ -5,10 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <ctime>
-#include <string_view>
 
 #include "hasupport/io/boot_identity.h"
 #include "hasupport/io/trusted_file.h"
@@ -19,47 +17,7 @@ namespace KORA::HA::Daemon::support {
 namespace {
 
 constexpr std::size_t sizeLimit = 4096;
-constexpr std::size_t textLimit = 500;
 constexpr mode_t stampMode = 0600;
-
-std::string oneLine(std::string text) {
-    text.resize(std::min(text.size(), textLimit));
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c < ' ' && c >= 0; }, ' ');
-    return text;
-}
-
-std::int64_t numberIn(std::string_view text) {
-    std::int64_t value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
-void readMember(RestartStamp& stamp, std::string_view key, std::string_view value) {
-    if (key == "bootId") {
-        stamp.bootId = value;
-    } else if (key == "bootSeconds") {
-        stamp.bootSeconds = numberIn(value);
-    } else if (key == "wallSeconds") {
-        stamp.wallSeconds = numberIn(value);
-    } else if (key == "reason") {
-        stamp.reason = value;
-    } else if (key == "outcome") {
-        stamp.outcome = value;
-    } else if (key == "leftSeconds") {
-        stamp.leftSeconds = numberIn(value);
-    } else if (key == "backSeconds") {
-        stamp.backSeconds = numberIn(value);
-    }
-}
-
-std::string toText(const RestartStamp& stamp) {
-    return "bootId=" + stamp.bootId + "\nbootSeconds=" + std::to_string(stamp.bootSeconds) +
-           "\nwallSeconds=" + std::to_string(stamp.wallSeconds) +
-           "\nreason=" + oneLine(stamp.reason) + "\noutcome=" + oneLine(stamp.outcome) +
-           "\nleftSeconds=" + std::to_string(stamp.leftSeconds) +
-           "\nbackSeconds=" + std::to_string(stamp.backSeconds) + "\nend\n";
-}
 
 bool writeWhole(const std::string& path, const std::string& text) {
     ::unlink(path.c_str());
@@ -103,26 +61,14 @@ StampFile readStamp(const std::string& path) {
     if (!file.text) {
         return {std::nullopt, file.present};
     }
-    RestartStamp stamp;
-    std::string_view rest = *file.text;
-    while (!rest.empty()) {
-        const auto end = rest.find('\n');
-        const std::string_view line = rest.substr(0, end);
-        if (line == "end") {
-            return {stamp, false};
-        }
-        const auto equals = line.find('=');
-        if (equals != std::string_view::npos) {
-            readMember(stamp, line.substr(0, equals), line.substr(equals + 1));
-        }
-        rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-    }
-    return {std::nullopt, true};  // cut off: it does not tell what it was
+    auto stamp = parseStamp(*file.text);
+    const bool unreadable = !stamp;
+    return {std::move(stamp), unreadable};
 }
 
 bool writeStamp(const std::string& path, const RestartStamp& stamp) {
     const std::string fresh = path + ".new";
-    return writeWhole(fresh, toText(stamp)) && std::rename(fresh.c_str(), path.c_str()) == 0 &&
+    return writeWhole(fresh, stampText(stamp)) && std::rename(fresh.c_str(), path.c_str()) == 0 &&
            syncDirectoryOf(path);
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace KORA::HA::Daemon::support {
 
@@ -25,6 +26,11 @@ struct RestartStamp {
     /// steps count as time passed neither way.
     std::chrono::seconds age() const;
 };
+
+/// The stamp as a file holds it, and back; nothing when the text is cut off. Texts of any kind
+/// become one printable line, and times stay within what every clock can count with.
+std::string stampText(const RestartStamp& stamp);
+std::optional<RestartStamp> parseStamp(std::string_view text);
 
 /// What stands at `path`. `unreadable`: something does, but nobody can tell what.
 struct StampFile {
