@@ -2,10 +2,12 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "tools/check_command.h"
 #include "tools/check_config.h"
 #include "tools/exit_codes.h"
+#include "tools/explain_command.h"
 #include "tools/peer_key_command.h"
 #include "tools/status_command.h"
 
@@ -53,6 +55,21 @@ void addPeerKey(CLI::App& app, PeerKeyOptions& options, int& result) {
     show->callback([&] { result = showFingerprint(options, std::cout, std::cerr); });
 }
 
+void addExplain(CLI::App& app, std::vector<std::string>& words, int& result) {
+    auto* explained =
+        app.add_subcommand("explain", "Tell what a message means and what to do about it");
+    explained->add_option("MESSAGE", words,
+                          "A line from a log, the number of a message, or a part of its text; "
+                          "without it all messages");
+    explained->callback([&] {
+        std::string asked;
+        for (const std::string& word : words) {
+            asked += (asked.empty() ? "" : " ") + word;
+        }
+        result = explain(asked, std::cout, std::cerr);
+    });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -66,6 +83,7 @@ int main(int argc, char** argv) try {
         "daemon does not answer.");
     StatusOptions status;
     PeerKeyOptions key;
+    std::vector<std::string> words;
     int result = 0;
     app.add_option("--socket", status.socketPath, "The daemon's status socket")
         ->capture_default_str();
@@ -77,6 +95,7 @@ int main(int argc, char** argv) try {
     CLI::App* check = addCheck(app, status, result);
     addCheckConfig(app, status.configuration, result);
     addPeerKey(app, key, result);
+    addExplain(app, words, result);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

@@ -1,0 +1,170 @@
+#include "tools/explain_command.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "run_tool.h"
+#include "tools/message_table.h"
+
+namespace {
+
+using koraha::test::runTool;
+using koraha::test::ToolRun;
+using korahamonctl::Message;
+using korahamonctl::messageOf;
+using korahamonctl::messageTable;
+using ::testing::HasSubstr;
+using ::testing::IsSupersetOf;
+using ::testing::Not;
+
+struct Explained {
+    int code = -1;
+    std::string out;
+    std::string err;
+};
+
+Explained explain(const std::string& asked) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int code = korahamonctl::explain(asked, out, err);
+    return {code, out.str(), err.str()};
+}
+
+std::string textOf(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::set<int> numbersIn(const std::string& text, const std::string& pattern) {
+    const std::regex expression(pattern);
+    std::set<int> numbers;
+    for (std::sregex_iterator each(text.begin(), text.end(), expression), end; each != end;
+         ++each) {
+        numbers.insert(std::stoi((*each)[1]));
+    }
+    return numbers;
+}
+
+std::set<int> knownNumbers() {
+    std::set<int> numbers;
+    for (const Message& message : messageTable()) {
+        numbers.insert(message.number);
+    }
+    return numbers;
+}
+
+TEST(MessageTable, KnowsEveryNumberInTheSources) {
+    std::set<int> used;
+    for (const char* folder : {"daemon", "config", "monitor", "server", "log"}) {
+        for (const auto& entry :
+             std::filesystem::directory_iterator(std::string(KORAHA_SOURCE_DIR "/") + folder)) {
+            used.merge(numbersIn(textOf(entry.path()), R"(Line = (\d+);)"));
+        }
+    }
+    // The heartbeat monitors list theirs as the members of a table.
+    used.merge(numbersIn(textOf(KORAHA_SOURCE_DIR "/monitor/heartbeat_monitors.cpp"),
+                         R"(\n\s+(\d{3}),\n)"));
+    EXPECT_GE(used.size(), 24U);
+    EXPECT_THAT(knownNumbers(), IsSupersetOf(used));
+}
+
+TEST(MessageTable, KnowsEveryNumberInTheReadme) {
+    const std::string readme = textOf(KORAHA_SOURCE_DIR "/README.md");
+    const std::set<int> told = numbersIn(readme, R"((?:koraharemotemond|int_daemon_conf):(\d+))");
+    EXPECT_GE(told.size(), 20U);
+    EXPECT_THAT(knownNumbers(), IsSupersetOf(told));
+}
+
+TEST(MessageTable, HasTheTextsOfTheSources) {
+    std::string sources;
+    for (const char* folder : {"daemon", "config", "monitor", "server", "hasupport"}) {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(
+                 std::string(KORAHA_SOURCE_DIR "/") + folder)) {
+            if (entry.path().extension() == ".cpp") {
+                sources += textOf(entry.path());
+            }
+        }
+    }
+    // A text that goes on in the next line of its source.
+    sources = std::regex_replace(sources, std::regex("\"\\n\\s+\""), "");
+    for (const Message& message : messageTable()) {
+        EXPECT_NE(sources.find(message.text), std::string::npos) << message.text;
+    }
+}
+
+TEST(MessageOf, FindsTheMessageInALineOfALog) {
+    const Message* slow = messageOf(
+        "2026-11-21T07:00:00.123456Z koraharemotemond:331 [Latency Fail] Heartbeat too slow: 7.0");
+    ASSERT_NE(slow, nullptr);
+    EXPECT_EQ(slow->number, 331);
+    EXPECT_EQ(messageOf("331"), slow);
+    EXPECT_EQ(messageOf("koraharemotemond:331"), slow);
+    EXPECT_EQ(messageOf("Nov 21 node1 koraharemotemond[7]: koraharemotemond:529 Bad parameter"),
+              messageOf("529"));
+    const Message* peer =
+        messageOf("Nov 21 node1 koraharemotemond: libkorahadaemon: the peer is not served: no key");
+    ASSERT_NE(peer, nullptr);
+    EXPECT_EQ(peer->text, "the peer is not served: ");
+}
+
+TEST(MessageOf, FindsNothingInWhatIsNone) {
+    for (const char* line :
+         {"", "0", "332", "33", "3310", "koraharemotemond:33", "koraharemotemond:3310 x",
+          "int_daemon_conf:331 x", "koraharemotemond: 331", "99999999999999999999", "hello",
+          "libkorahadaemon: something else", "the peer is not served: no key"}) {
+        EXPECT_EQ(messageOf(line), nullptr) << line;
+    }
+}
+
+TEST(Explain, SaysWhatAMessageMeansAndWhatToDo) {
+    const Explained one = explain("331");
+    EXPECT_EQ(one.code, 0);
+    EXPECT_THAT(one.out, HasSubstr("koraharemotemond:331 [Latency Fail] Heartbeat too slow: \n"));
+    EXPECT_THAT(one.out, HasSubstr("  means  several samples"));
+    EXPECT_THAT(one.out, HasSubstr("  do     look at the load"));
+    EXPECT_THAT(one.out, HasSubstr("  topic  latency\n"));
+    EXPECT_THAT(one.out, Not(HasSubstr("337")));
+}
+
+TEST(Explain, TakesAPartOfATextOrALineWithoutItsPrefix) {
+    const Explained part = explain("TOO MANY errors");
+    EXPECT_EQ(part.code, 0);
+    EXPECT_THAT(part.out, HasSubstr(":414 "));
+    EXPECT_THAT(part.out, HasSubstr(":416 "));
+    EXPECT_THAT(explain("Delete flag: /tmp/ha/ha_remote_busy").out, HasSubstr(":94 "));
+    EXPECT_THAT(explain("the peer is not served: no key").out, HasSubstr("libkorahadaemon: the"));
+}
+
+TEST(Explain, ListsEverythingWhenNothingIsAsked) {
+    const Explained all = explain("");
+    EXPECT_EQ(all.code, 0);
+    for (const Message& message : messageTable()) {
+        EXPECT_THAT(all.out, HasSubstr(std::string(message.text)));
+    }
+}
+
+TEST(Explain, EndsWithOneWhereNothingFits) {
+    const Explained none = explain("no such \x1b[2J thing" + std::string(5000, 'x'));
+    EXPECT_EQ(none.code, 1);
+    EXPECT_EQ(none.out, "");
+    EXPECT_THAT(none.err, HasSubstr("no such \\x1b[2J thing"));
+    EXPECT_LT(none.err.size(), 400U);
+}
+
+TEST(Explain, TakesItsWordsFromTheCommandLine) {
+    const ToolRun run =
+        runTool({"explain", "koraharemotemond:566", "Failed", "to", "do", "server"});
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("koraharemotemond:566 Failed to do "));
+    EXPECT_EQ(runTool({"explain", "99"}).code, 0);
+    EXPECT_EQ(runTool({"explain", "zzzz"}).code, 1);
+    EXPECT_EQ(runTool({"explain", "--loud"}).code, 2);
+}
+
+}  // namespace
