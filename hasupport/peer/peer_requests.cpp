@@ -46,6 +46,9 @@ std::string verdictText(const RestartVerdict& verdict) {
     Json::Value answer(Json::objectValue);
     answer["accepted"] = verdict.accepted;
     answer["reason"] = verdict.reason;
+    if (verdict.unable) {
+        answer["unable"] = true;
+    }
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
     return Json::writeString(builder, answer);

@@ -28,6 +28,11 @@ constexpr std::size_t answerLimit = 4096;
 constexpr unsigned depthLimit = 16;
 constexpr const char* accepted = "accepted";
 
+struct Outcome {
+    std::string text;
+    bool final = false;  ///< no other means may be tried
+};
+
 std::string reasonFrom(Status& status) {
     std::string reason = "too many errors on one disk; under error handling:";
     for (const Json::Value& disk : status.getErrHandlingDiskRemote()) {
@@ -47,25 +52,28 @@ std::string requestText(const std::string& reason) {
     return Json::writeString(builder, request);
 }
 
-std::string outcomeIn(const std::string& payload) {
+// A peer that is able but refuses does not hang: forcing it might take both nodes down.
+Outcome outcomeIn(const std::string& payload) {
     Json::Value answer;
     std::string errors;
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
     if (!jsonIsBounded(payload, answerLimit, depthLimit) ||
         !reader->parse(payload.data(), payload.data() + payload.size(), &answer, &errors) ||
         !answer.isObject() || !answer["accepted"].isBool()) {
-        return "the peer's answer is malformed";
+        return {"the peer's answer is malformed", false};
     }
     if (answer["accepted"].asBool()) {
-        return accepted;
+        return {accepted, true};
     }
-    return "refused: " + (answer["reason"].isString() ? answer["reason"].asString() : "");
+    const bool unable = answer["unable"].isBool() && answer["unable"].asBool();
+    return {"refused: " + (answer["reason"].isString() ? answer["reason"].asString() : ""),
+            !unable};
 }
 
-std::string request(const std::string& reason) {
+Outcome request(const std::string& reason) {
     const Milliseconds bound(supportSettings().peerTimeoutMs);
     const PeerAnswer answer = askPeer(requestText(reason), true, Deadline::in(bound));
-    return answer.payload ? outcomeIn(*answer.payload) : answer.problem;
+    return answer.payload ? outcomeIn(*answer.payload) : Outcome{answer.problem, false};
 }
 
 std::string runCommand() {
@@ -76,7 +84,9 @@ std::string runCommand() {
         arguments.push_back(const_cast<char*>(word.c_str()));  // running does not write to them
     }
     arguments.push_back(nullptr);
-    const int status = runProgram(words.front().c_str(), execAllOptions, arguments.data());
+    RunLimits limits;
+    limits.run = Milliseconds(supportSettings().restartCommandMs);
+    const int status = runProgram(words.front().c_str(), execAllOptions, arguments.data(), limits);
     return status == 0 ? accepted : "the restart command ended with " + std::to_string(status);
 }
 
@@ -85,22 +95,29 @@ std::string carryOut(const std::string& reason) {
     if (method == RestartMethod::command) {
         return runCommand();
     }
-    std::string outcome = request(reason);
-    if (outcome == accepted || method == RestartMethod::request) {
-        return outcome;
+    const Outcome outcome = request(reason);
+    if (outcome.final || method == RestartMethod::request) {
+        return outcome.text;
     }
-    notify("the peer does not restart at a request (" + outcome + "): running the command");
+    notify("the peer does not restart at a request (" + outcome.text + "): running the command");
     return runCommand();
+}
+
+bool refrain(const std::string& why) {
+    notify("the peer is not restarted: " + why);
+    noteEvent("the peer is not restarted: " + why);
+    return false;
 }
 
 bool restartPeer(Status& status) {
     const AskingForRestart asking;
+    if (isAboutToRestart()) {
+        return refrain("this node itself restarts at the peer's request");
+    }
     const std::string reason = reasonFrom(status);
     RestartStamp stamp = RestartStamp::now(reason, "requested");
     if (!writeStamp(askedStampPath(), stamp)) {
-        notify("the peer is not restarted: the stamp of the restart cannot be written");
-        noteEvent("the peer is not restarted: the stamp of the restart cannot be written");
-        return false;
+        return refrain("the stamp of the restart cannot be written");
     }
     stamp.outcome = carryOut(reason);
     writeStamp(askedStampPath(), stamp);

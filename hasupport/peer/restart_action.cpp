@@ -103,7 +103,7 @@ class SystemRestart : public RestartAction {
 /// Where a command stands for the restart, nothing else may restart the machine.
 class CommandRestart : public SystemRestart {
   public:
-    bool armForced() override { return true; }
+    bool armForced() override { return false; }
     bool startOrderly() override { return startProgram(supportSettings().orderlyCommand); }
 };
 

@@ -1,5 +1,9 @@
 #include "hasupport/peer/restart_duty.h"
 
+#include <algorithm>
+#include <mutex>
+
+#include "hasupport/io/boot_identity.h"
 #include "hasupport/io/notice.h"
 #include "hasupport/peer/restart_action.h"
 #include "hasupport/peer/restart_record.h"
@@ -12,24 +16,56 @@ namespace {
 constexpr std::chrono::minutes obeyPause{10};
 constexpr std::chrono::seconds crossing{30};  // a request of ours may still be on its way
 
-RestartVerdict refuse(const std::string& reason) {
-    notify("refused to restart at the peer's request: " + reason);
-    noteEvent("refused to restart at the peer's request: " + reason);
-    return {false, reason};
+constexpr std::size_t reasonLimit = 400;  // a line of the kernel log holds less than 1,000
+
+// Between asking and obeying: a node does one or the other.
+std::mutex& decision() {
+    static constinit std::mutex mutex;
+    return mutex;
 }
 
-std::string whyNot() {
+std::string printable(const std::string& text) {
+    std::string out = text.substr(0, reasonLimit);
+    std::replace_if(
+        out.begin(), out.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return out;
+}
+
+RestartVerdict refusal(const std::string& reason) {
+    return {false, reason, false};
+}
+RestartVerdict inability(const std::string& reason) {
+    return {false, reason, true};
+}
+
+RestartVerdict decide(const std::string& why) {
+    const std::lock_guard lock(decision());
     if (AskingForRestart::now() || restartAskedWithin(crossing)) {
-        return "this node asks for the peer's restart itself";
+        return refusal("this node asks for the peer's restart itself");
     }
     const StampFile last = readStamp(obeyedStampPath());
     if (last.unreadable) {
-        return "when this node last restarted at the peer's request cannot be read";
+        return inability("when this node last restarted at the peer's request cannot be read");
     }
     if (last.stamp && last.stamp->age() < obeyPause) {
-        return "this node restarted at the peer's request less than 10 minutes ago";
+        return refusal("this node restarted at the peer's request less than 10 minutes ago");
     }
-    return {};
+    if (!writeStamp(obeyedStampPath(), RestartStamp::now(why, "obeyed"))) {
+        return inability("the stamp of the restart cannot be written");
+    }
+    return {true, {}, false};
+}
+
+RestartVerdict carryOut(const std::string& why) {
+    RestartAction& action = restartAction();
+    const bool armed = action.armForced();
+    action.tell("restarting at the peer's request: " + why);
+    const bool started = action.startOrderly();
+    if (armed || started) {
+        return {true, {}, false};
+    }
+    removeStamp(obeyedStampPath());  // nothing was obeyed
+    return inability("no restart can be started");
 }
 
 }  // namespace
@@ -39,21 +75,27 @@ std::atomic<int>& AskingForRestart::asking() {
     return count;
 }
 
+AskingForRestart::AskingForRestart() {
+    const std::lock_guard lock(decision());
+    ++asking();
+}
+
+bool isAboutToRestart() {
+    const auto last = readStamp(obeyedStampPath()).stamp;
+    return last && last->bootId == bootIdentity().bootId && last->age() < obeyPause;
+}
+
 RestartVerdict obeyRestart(const std::string& why) {
-    if (const std::string reason = whyNot(); !reason.empty()) {
-        return refuse(reason);
+    const std::string reason = printable(why);
+    RestartVerdict verdict = decide(reason);
+    if (verdict.accepted) {
+        verdict = carryOut(reason);
     }
-    if (!writeStamp(obeyedStampPath(), RestartStamp::now(why, "obeyed"))) {
-        return refuse("the stamp of the restart cannot be written");
+    if (!verdict.accepted) {
+        notify("refused to restart at the peer's request: " + verdict.reason);
+        noteEvent("refused to restart at the peer's request: " + verdict.reason);
     }
-    RestartAction& action = restartAction();
-    const bool armed = action.armForced();
-    action.tell("restarting at the peer's request: " + why);
-    const bool started = action.startOrderly();
-    if (!armed && !started) {
-        return refuse("no restart can be started");
-    }
-    return {true, ""};
+    return verdict;
 }
 
 }  // namespace KORA::HA::Daemon::support

@@ -8,6 +8,9 @@ namespace KORA::HA::Daemon::support {
 struct RestartVerdict {
     bool accepted = false;
     std::string reason;  ///< why not
+    /// This node would restart but cannot: whoever asks may use other means. A node that is able
+    /// but has a reason to refuse is not to be forced.
+    bool unable = false;
 };
 
 /// The peer asks for this node's restart: refused within 10 minutes of the last one obeyed, and
@@ -15,10 +18,15 @@ struct RestartVerdict {
 /// where it lasts, and the orderly restart started. Returns at once.
 RestartVerdict obeyRestart(const std::string& why);
 
-/// True while this node asks its peer to restart, so that two requests that cross cancel out.
+/// True from the moment that this node obeyed in this boot, for 10 minutes: it is on its way down,
+/// and must not take its peer with it.
+bool isAboutToRestart();
+
+/// True while this node asks its peer to restart, so that two requests that cross cancel out. Once
+/// it is made, the peer's requests are refused; one obeyed before shows in `isAboutToRestart`.
 class AskingForRestart {
   public:
-    AskingForRestart() { ++asking(); }
+    AskingForRestart();
     ~AskingForRestart() { --asking(); }
     AskingForRestart(const AskingForRestart&) = delete;
     AskingForRestart& operator=(const AskingForRestart&) = delete;

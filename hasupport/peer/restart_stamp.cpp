@@ -39,7 +39,7 @@ RestartStamp RestartStamp::now(std::string reason, std::string outcome) {
     const BootIdentity boot = bootIdentity();
     return {boot.bootId,
             boot.bootSeconds,
-            std::time(nullptr),
+            std::max<std::int64_t>(std::time(nullptr), 0),
             std::move(reason),
             std::move(outcome),
             0,
@@ -49,11 +49,11 @@ RestartStamp RestartStamp::now(std::string reason, std::string outcome) {
 std::chrono::seconds RestartStamp::age() const {
     const BootIdentity boot = bootIdentity();
     if (!boot.bootId.empty() && boot.bootId == bootId) {
-        return std::chrono::seconds(boot.bootSeconds - bootSeconds);
+        return std::chrono::seconds(std::max<std::int64_t>(boot.bootSeconds - bootSeconds, 0));
     }
-    // After a restart only the wall clock is left; it may have been set back since.
+    // It was before this boot; a wall clock that was set back must not make it last for ever.
     const std::int64_t byWall = std::time(nullptr) - wallSeconds;
-    return std::chrono::seconds(std::max<std::int64_t>(byWall, 0));
+    return std::chrono::seconds(std::max(byWall, boot.bootSeconds));
 }
 
 StampFile readStamp(const std::string& path) {
@@ -70,6 +70,10 @@ bool writeStamp(const std::string& path, const RestartStamp& stamp) {
     const std::string fresh = path + ".new";
     return writeWhole(fresh, stampText(stamp)) && std::rename(fresh.c_str(), path.c_str()) == 0 &&
            syncDirectoryOf(path);
+}
+
+bool removeStamp(const std::string& path) {
+    return ::unlink(path.c_str()) == 0 && syncDirectoryOf(path);
 }
 
 std::string askedStampPath() {

@@ -22,13 +22,13 @@ struct RestartStamp {
     /// A stamp of now.
     static RestartStamp now(std::string reason, std::string outcome);
 
-    /// How long ago it was: by the boot clock within the same boot, else by the wall clock, whose
-    /// steps count as time passed neither way.
+    /// How long ago it was: by the boot clock within the same boot, whatever the wall clock does
+    /// meanwhile. Else by the wall clock, and by this boot's own length where that was set back.
     std::chrono::seconds age() const;
 };
 
-/// The stamp as a file holds it, and back; nothing when the text is cut off. Texts of any kind
-/// become one printable line, and times stay within what every clock can count with.
+/// The stamp as a file holds it, and back; nothing when the text is cut off or damaged. Texts of
+/// any kind become one printable line, and times stay within what every clock can count with.
 std::string stampText(const RestartStamp& stamp);
 std::optional<RestartStamp> parseStamp(std::string_view text);
 
@@ -41,6 +41,9 @@ StampFile readStamp(const std::string& path);
 
 /// Replaces the file at once and as a whole, and has it on the disk when it returns true.
 bool writeStamp(const std::string& path, const RestartStamp& stamp);
+
+/// Takes a stamp back; false when it stays.
+bool removeStamp(const std::string& path);
 
 /// Where the two stamps lie: of the restart that this node asked for, and that it obeyed.
 std::string askedStampPath();

@@ -16,29 +16,31 @@ std::string oneLine(std::string text) {
     return text;
 }
 
-/// Seconds that every clock here can count with, whatever the file says.
-std::int64_t secondsIn(std::string_view text) {
-    std::int64_t value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return std::clamp<std::int64_t>(value, 0, secondsLimit);
+/// Seconds that every clock here can count with; false when the text is something else.
+bool readSeconds(std::string_view text, std::int64_t& into) {
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, into);
+    return error == std::errc() && end == last && into >= 0 && into <= secondsLimit;
 }
 
-void readMember(RestartStamp& stamp, std::string_view key, std::string_view value) {
+/// False when the value is none that a stamp can have. Members of later releases are passed over.
+bool readMember(RestartStamp& stamp, std::string_view key, std::string_view value) {
     if (key == "bootId") {
         stamp.bootId = value;
     } else if (key == "bootSeconds") {
-        stamp.bootSeconds = secondsIn(value);
+        return readSeconds(value, stamp.bootSeconds);
     } else if (key == "wallSeconds") {
-        stamp.wallSeconds = secondsIn(value);
+        return readSeconds(value, stamp.wallSeconds);
     } else if (key == "reason") {
         stamp.reason = value;
     } else if (key == "outcome") {
         stamp.outcome = value;
     } else if (key == "leftSeconds") {
-        stamp.leftSeconds = secondsIn(value);
+        return readSeconds(value, stamp.leftSeconds);
     } else if (key == "backSeconds") {
-        stamp.backSeconds = secondsIn(value);
+        return readSeconds(value, stamp.backSeconds);
     }
+    return true;
 }
 
 }  // namespace
@@ -52,12 +54,13 @@ std::optional<RestartStamp> parseStamp(std::string_view text) {
             return stamp;
         }
         const auto equals = line.find('=');
-        if (equals != std::string_view::npos) {
-            readMember(stamp, line.substr(0, equals), line.substr(equals + 1));
+        if (equals == std::string_view::npos ||
+            !readMember(stamp, line.substr(0, equals), line.substr(equals + 1))) {
+            break;
         }
         text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
     }
-    return std::nullopt;  // cut off: it does not tell what it was
+    return std::nullopt;  // it does not tell what it was
 }
 
 std::string stampText(const RestartStamp& stamp) {

@@ -17,6 +17,7 @@ struct SupportSettings {
     bool drbd = true;                ///< false: this pair mirrors without DRBD
     RestartMethod restart = RestartMethod::request;
     std::vector<std::string> restartCommand;  ///< run by the node that restarts its peer
+    int restartCommandMs = 60'000;            ///< how long that may run
     std::vector<std::string> orderlyCommand;  ///< run by the node that was asked to restart
     std::string peerKeyPath = "/var/lib/ha/peer.key";
     std::string stampDirectory = "/var/lib/ha";  ///< restart stamps and the maintenance marker
