@@ -1,4 +1,4 @@
-// parser: hasupport/socket/line_buffer.cpp
+// parser: hasupport/socket/request_lines.cpp
 // parser: hasupport/socket/request.cpp
 #include <sys/socket.h>
 
@@ -8,8 +8,8 @@
 
 #include "fuzz/fuzz_input.h"
 #include "hasupport/io/unique_fd.h"
-#include "hasupport/socket/line_buffer.h"
 #include "hasupport/socket/request.h"
+#include "hasupport/socket/request_lines.h"
 
 using namespace KORA::HA::Daemon::support;
 using koraha::fuzz::require;
@@ -50,13 +50,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string_view unsent = koraha::fuzz::textOf(data + 1, size - 1);
     std::string_view expected = unsent;
     Pair pair;
-    LineBuffer buffer;
+    RequestLines buffer;
     while (!unsent.empty() && !buffer.isFull()) {
         const ssize_t sent =
             ::send(pair.client.get(), unsent.data(), std::min(piece, unsent.size()), MSG_NOSIGNAL);
         require(sent > 0);
         unsent.remove_prefix(static_cast<std::size_t>(sent));
-        while (buffer.receive(pair.server.get()) == LineBuffer::Received::some) {
+        while (buffer.receive(pair.server.get()) == RequestLines::Received::some) {
             while (const auto line = buffer.takeLine()) {
                 require(line == expected.substr(0, expected.find('\n')));
                 expected.remove_prefix(line->size() + 1);
@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (!buffer.isFull()) {
         pair.client.reset();
-        require(buffer.receive(pair.server.get()) == LineBuffer::Received::ended);
+        require(buffer.receive(pair.server.get()) == RequestLines::Received::ended);
         require(buffer.isEmpty() == expected.empty() && !buffer.hasLine());
         if (const auto rest = buffer.takeRest()) {
             require(rest == expected);

@@ -48,16 +48,16 @@ void ClientConnection::serve(short revents, RequestHandler& handler, SteadyClock
 
 void ClientConnection::receive(SteadyClock::time_point now) {
     switch (input_.receive(fd_.get())) {
-        case LineBuffer::Received::some:
+        case RequestLines::Received::some:
             halfLineSince_ = halfLineSince_ ? halfLineSince_ : now;
             break;
-        case LineBuffer::Received::ended:
+        case RequestLines::Received::ended:
             ended_ = true;
             break;
-        case LineBuffer::Received::broken:
+        case RequestLines::Received::broken:
             alive_ = false;
             break;
-        case LineBuffer::Received::nothing:
+        case RequestLines::Received::nothing:
             break;
     }
 }

@@ -6,8 +6,8 @@
 #include "hasupport/io/deadline.h"
 #include "hasupport/io/unique_fd.h"
 #include "hasupport/socket/client_limits.h"
-#include "hasupport/socket/line_buffer.h"
 #include "hasupport/socket/reply_queue.h"
+#include "hasupport/socket/request_lines.h"
 
 namespace KORA::HA::Daemon::support {
 
@@ -63,7 +63,7 @@ class ClientConnection {
     void settle(SteadyClock::time_point now);
 
     UniqueFd fd_;
-    LineBuffer input_;
+    RequestLines input_;
     ReplyQueue replies_;
     bool alive_ = true;
     bool ended_ = false;    // the client sends no more

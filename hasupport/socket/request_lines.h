@@ -11,7 +11,7 @@
 namespace KORA::HA::Daemon::support {
 
 /// Collects the bytes of a stream socket and cuts them into lines, in fixed memory.
-class LineBuffer {
+class RequestLines {
   public:
     enum class Received : std::uint8_t { some, nothing, ended, broken };
 

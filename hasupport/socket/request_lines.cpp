@@ -1,4 +1,4 @@
-#include "hasupport/socket/line_buffer.h"
+#include "hasupport/socket/request_lines.h"
 
 #include <sys/socket.h>
 
@@ -7,7 +7,7 @@
 
 namespace KORA::HA::Daemon::support {
 
-LineBuffer::Received LineBuffer::receive(int fd) {
+RequestLines::Received RequestLines::receive(int fd) {
     compact();
     if (end_ == bytes_.size()) {
         return Received::nothing;
@@ -26,7 +26,7 @@ LineBuffer::Received LineBuffer::receive(int fd) {
     return Received::some;
 }
 
-std::optional<std::string_view> LineBuffer::takeLine() {
+std::optional<std::string_view> RequestLines::takeLine() {
     const std::string_view text = pending();
     const auto length = text.find('\n');
     if (length == std::string_view::npos) {
@@ -36,7 +36,7 @@ std::optional<std::string_view> LineBuffer::takeLine() {
     return text.substr(0, length);
 }
 
-std::optional<std::string_view> LineBuffer::takeRest() {
+std::optional<std::string_view> RequestLines::takeRest() {
     if (isEmpty()) {
         return std::nullopt;
     }
@@ -45,11 +45,11 @@ std::optional<std::string_view> LineBuffer::takeRest() {
     return text;
 }
 
-bool LineBuffer::hasLine() const {
+bool RequestLines::hasLine() const {
     return pending().find('\n') != std::string_view::npos;
 }
 
-void LineBuffer::compact() {
+void RequestLines::compact() {
     std::copy(bytes_.data() + begin_, bytes_.data() + end_, bytes_.data());
     end_ -= begin_;
     begin_ = 0;
