@@ -2,13 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/reboot.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
-#include <csignal>
-#include <ctime>
 #include <vector>
 
 #include "hasupport/core/exec_options.h"
@@ -16,43 +13,23 @@
 #include "hasupport/io/notice.h"
 #include "hasupport/io/unique_fd.h"
 #include "hasupport/logfile/registry.h"
+#include "hasupport/peer/forced_restart.h"
 #include "hasupport/settings/support_settings.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
 
-constexpr time_t forcedAfterSeconds = 30;
+void shutDownAndRestart() {
+    ::reboot(RB_AUTOBOOT);
+}
+
+constexpr ForcedRestart forcedRestart{30, 10, shutDownAndRestart, "/proc/sysrq-trigger"};
 
 void writeLine(const char* path, const std::string& text) {
     const UniqueFd fd(::open(path, O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (fd) {
         [[maybe_unused]] const ssize_t ignored = ::write(fd.get(), text.data(), text.size());
     }
-}
-
-void sleepFor(time_t seconds) {
-    timespec left{seconds, 0};
-    while (::nanosleep(&left, &left) != 0) {
-    }
-}
-
-// Runs in a child that shares nothing with the daemon but its memory's content: only calls that are
-// safe after a fork, no disk, no lock. The service manager kills what is left in the daemon's
-// control group, so the child leaves it.
-[[noreturn]] void forceLater() {
-    ::setsid();
-    sigset_t all;
-    ::sigfillset(&all);
-    ::sigprocmask(SIG_BLOCK, &all, nullptr);
-    const int group = ::open("/sys/fs/cgroup/cgroup.procs", O_WRONLY | O_CLOEXEC);
-    if (group >= 0) {
-        [[maybe_unused]] const ssize_t ignored = ::write(group, "0", 1);
-        ::close(group);
-    }
-    ::close_range(0, ~0U, 0);
-    sleepFor(forcedAfterSeconds);
-    ::reboot(RB_AUTOBOOT);
-    ::_exit(1);
 }
 
 bool startProgram(const std::vector<std::string>& words) {
@@ -68,20 +45,7 @@ bool startProgram(const std::vector<std::string>& words) {
 
 class SystemRestart : public RestartAction {
   public:
-    // Forked twice, so that nobody has to wait for the grandchild. This is the one place that forks
-    // instead of spawning: a program would have to be read from a disk that may hang.
-    bool armForced() override {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            const pid_t grandchild = ::fork();
-            if (grandchild == 0) {
-                forceLater();
-            }
-            ::_exit(grandchild > 0 ? 0 : 1);
-        }
-        int status = 1;
-        return child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
-    }
+    bool armForced() override { return startForcedRestart(forcedRestart); }
 
     bool startOrderly() override {
         if (::access("/run/systemd/system", F_OK) == 0) {

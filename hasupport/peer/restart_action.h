@@ -14,7 +14,7 @@ class RestartAction {
     RestartAction(const RestartAction&) = delete;
     RestartAction& operator=(const RestartAction&) = delete;
 
-    /// Makes sure that the machine restarts 30 s from now whatever happens to this process and to
+    /// Makes sure that the machine restarts within a minute whatever happens to this process and to
     /// its disks. False when that cannot be promised.
     virtual bool armForced() = 0;
     /// Starts the orderly restart and does not wait for it.

@@ -31,6 +31,9 @@ mount --bind /disk/log /var/log/ha
 cp /lab/guest/cluster-tool /var/packages/Twinhold/target/sbin/koraha
 chmod 755 /var/packages/Twinhold/target/sbin/koraha
 cp /lab/guest/drbd.conf /etc/drbd.conf
+rm -f /sbin/reboot
+cp /lab/guest/reboot /sbin/reboot
+chmod 755 /sbin/reboot
 
 ip link set lo up
 ip link set eth0 up

@@ -73,6 +73,13 @@ class Machine:
                 time.sleep(0.05)
 
     def _listen(self):
+        self._take_lines()
+        with self.lock:  # the machine is gone: nobody need wait for it any longer
+            waiting, self.answers = self.answers, None
+        for answer in waiting.values():
+            answer.put((255, "the machine ended"))
+
+    def _take_lines(self):
         for line in self._lines():
             words = line.split()
             if len(words) == 2 and words[0] == "ready":
@@ -104,6 +111,8 @@ class Machine:
         number = next(self.ids)
         answer = queue.Queue()
         with self.lock:
+            if self.answers is None:
+                raise LabError(f"node{self.number} has ended")
             self.answers[number] = answer
         packed = base64.b64encode(command.encode()).decode()
         self.port.sendall(f"{number} {packed}\n".encode())

@@ -1,6 +1,7 @@
 """A pair of lab nodes joined by a replication link."""
 
 import json
+import os
 import pathlib
 import shutil
 import socket
@@ -11,6 +12,7 @@ import time
 from lib.machine import LabError, Machine
 
 DISK_MEGABYTES = {"vda": 24, "vdb": 48, "vdc": 48}
+PREFIX = "koraha-lab-"  # of the temporary directories; the process id follows
 BIN = "/lab/build/bin"  # in the guests
 
 FAST = {
@@ -28,6 +30,14 @@ def free_ports(count):
     for each in sockets:
         each.close()
     return ports
+
+
+def sweep():
+    """Removes the directories of labs that were killed; their machines died with them."""
+    for left in pathlib.Path(tempfile.gettempdir()).glob(PREFIX + "*-*"):
+        owner = left.name[len(PREFIX):].split("-")[0]
+        if owner.isdigit() and not pathlib.Path("/proc", owner).exists():
+            shutil.rmtree(left, ignore_errors=True)
 
 
 class Node(Machine):
@@ -54,6 +64,12 @@ class Node(Machine):
         self.run("ulimit -l unlimited; mkdir -p /tmp/ha; setsid "
                  f"{self.daemon_line(peer_address, interface)} </dev/null >/run/daemon.out 2>&1 &\n"
                  "echo $! > /run/daemon.pid")
+
+    def comes_back(self, before=":"):
+        """Has the daemon start again by itself when the node restarts, after `before` was run."""
+        peer = f"10.77.0.{3 - self.number}"
+        self.put("/var/lib/ha/on-boot", f"#!/bin/sh\n{before}\nulimit -l unlimited\n"
+                 f"echo $$ > /run/daemon.pid\nexec {self.daemon_line(peer)}", "755")
 
     def ctl(self, arguments, check=False):
         return self.run(f"{BIN}/korahamonctl {arguments}", check=check)
@@ -99,7 +115,7 @@ class Pair:
     def __init__(self, paths, results):
         self.paths = paths
         self.results = results
-        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="koraha-lab-"))
+        self.directory = pathlib.Path(tempfile.mkdtemp(prefix=f"{PREFIX}{os.getpid()}-"))
         self.facts = []
         ports = free_ports(2)
         self.nodes = [self._node(1, ports), self._node(2, ports[::-1])]

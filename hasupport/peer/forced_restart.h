@@ -1,0 +1,19 @@
+#pragma once
+
+#include <ctime>
+
+namespace KORA::HA::Daemon::support {
+
+/// How a machine restarts that can no longer restart in order.
+struct ForcedRestart {
+    time_t after;         ///< seconds that the orderly restart has
+    time_t patience;      ///< seconds that `shutDown` has then
+    void (*shutDown)();   ///< restarts, but waits for devices: a disk that hangs holds it up
+    const char* trigger;  ///< a "b" written here restarts at once
+};
+
+/// Starts a process of its own that carries it out whatever happens to this one and to its disks.
+/// False when it could not be started.
+bool startForcedRestart(const ForcedRestart& restart);
+
+}  // namespace KORA::HA::Daemon::support
