@@ -14,7 +14,7 @@ sys.path.insert(0, str(HERE))
 
 from lib import kernel  # noqa: E402
 from lib.machine import has_kvm  # noqa: E402
-from lib.pair import Pair  # noqa: E402
+from lib.pair import Pair, sweep  # noqa: E402
 
 
 def load(path):
@@ -55,7 +55,8 @@ def run_one(name, module, paths, results, keep):
     pair = Pair(paths, results)
     began = time.monotonic()
     try:
-        pair.boot()
+        if getattr(module, "BOOT", True):
+            pair.boot()
         module.run(pair)
         verdict = None
     except (Exception, KeyboardInterrupt) as problem:
@@ -115,7 +116,9 @@ def main():
     chosen = options.names or [name for name, module in known.items()
                                if not options.quick or getattr(module, "QUICK", False)]
 
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, lambda *_: sys.exit(143))
+    sweep()
     options.cache.mkdir(parents=True, exist_ok=True)
     results = options.cache / "results"
     paths = prepare(options.cache.resolve(), options.build.resolve())

@@ -1,4 +1,4 @@
-"""The replication interface is removed and made anew: probes and peer service come back."""
+"""The replication interface is removed, made anew, renamed: probes and peer service come back."""
 
 
 def run(pair):
@@ -22,4 +22,11 @@ def run(pair):
     second.run(make)
     for node in pair:
         took = node.until(good, "alive, and the peer service answers again", 60)
-        pair.note(f"node{node.number}: back after {took:.1f} s")
+        pair.note(f"node{node.number}: made anew, back after {took:.1f} s")
+    second.run("ip link set hb0 down; ip link set hb0 name hb9; ip link set hb9 up")
+    for node in pair:
+        node.until(lambda s: s.get("remoteAlive") is False, "no interface of that name any more")
+    second.run("ip link set hb9 down; ip link set hb9 name hb0; ip link set hb0 up")
+    for node in pair:
+        took = node.until(good, "alive, and the peer service answers under the old name", 60)
+        pair.note(f"node{node.number}: renamed there and back, back after {took:.1f} s")
