@@ -111,6 +111,15 @@ TEST_F(Supervisor, doesNotExamineLaterEntriesOfThatPass) {
     EXPECT_EQ((Calls{stoppedLine("alpha"), "sleep 1"}), script().calls);
 }
 
+TEST_F(Supervisor, clearsTheFlagBeforeItNamesTheRoutine) {
+    bool wasRunning = true;
+    script().onLogLine = [&wasRunning](const std::string&) { wasRunning = isRunning(); };
+    start("alpha", atOnce(true));
+    superviseUntilOneStops(routines);
+    EXPECT_FALSE(wasRunning);
+    script().onLogLine = [](const std::string&) {};
+}
+
 TEST_F(Supervisor, sleepsASecondAfterEachPassAndLooksAgain) {
     std::atomic<bool> ended{false};
     start("alpha", [&ended] { return eventually([&ended] { return ended.load(); }); });

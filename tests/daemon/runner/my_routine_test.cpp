@@ -59,24 +59,29 @@ Seconds timeOf(const Body& body) {
     return std::chrono::steady_clock::now() - before;
 }
 
+// A wait of a second in each of them would take a quarter of an hour.
+void expectStateAgainAndAgain(MyRoutine& routine, int state) {
+    for (int i = 0; i < 1'000; ++i) {
+        ASSERT_EQ(state, routine.getState());
+    }
+}
+
 static_assert(std::is_nothrow_move_constructible_v<MyRoutine>);
 static_assert(!std::is_copy_constructible_v<MyRoutine>);
 static_assert(!std::is_polymorphic_v<MyRoutine>);
 
 TEST(MyRoutine, routineThatReturnsFalseAtOnceYieldsTwoOnTheFirstQueryAndEverAfter) {
     MyRoutine routine([] { return false; });
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(2, routine.getState());
-    }
+    EXPECT_EQ(2, routine.getState());
+    EXPECT_LT(timeOf([&] { expectStateAgainAndAgain(routine, 2); }), std::chrono::minutes(1));
     routine.join();
     EXPECT_EQ(2, routine.getState());
 }
 
 TEST(MyRoutine, routineThatReturnsTrueAtOnceYieldsOneOnTheFirstQueryAndEverAfter) {
     MyRoutine routine([] { return true; });
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(1, routine.getState());
-    }
+    EXPECT_EQ(1, routine.getState());
+    EXPECT_LT(timeOf([&] { expectStateAgainAndAgain(routine, 1); }), std::chrono::minutes(1));
     routine.join();
     EXPECT_EQ(1, routine.getState());
 }

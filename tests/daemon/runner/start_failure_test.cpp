@@ -1,18 +1,21 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "daemon/my_routine.h"
+#include "tests/daemon/support/failing_memory.h"
 #include "tests/daemon/support/thread_calls.h"
 #include "tests/scripted/script.h"
 
 namespace KORA::HA::Daemon {
 namespace {
+
+using koraha::test::FailingAllocation;
 
 const std::vector<std::string> failureLine = {"koraharemotemond:462 Failed to get thread/future"};
 
@@ -76,6 +79,26 @@ TEST_F(StartFailure, comesFromTheSystemWhenNoStackIsToBeHad) {
     EXPECT_EQ(2, failed.getState());
     failed.join();
     EXPECT_FALSE(ran);
+}
+
+TEST_F(StartFailure, comesFromEachAllocationThatFails) {
+    int failures = 0;
+    for (bool started = false; !started; ++failures) {
+        script().forgetCalls();
+        const boost::function<bool()> given = routine();
+        std::optional<MyRoutine> made;
+        {
+            boost::function<bool()> argument = given;
+            const FailingAllocation failing(failures);
+            made.emplace(std::move(argument));
+            started = !FailingAllocation::hasFailed();
+        }
+        EXPECT_EQ(started ? 1 : 2, made->getState());
+        EXPECT_EQ(started ? std::vector<std::string>{} : failureLine, script().logLines);
+        EXPECT_EQ(started, ran);
+        made->join();
+    }
+    EXPECT_GT(failures, 3);  // the shared promise, its state and the thread's own at least
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <mutex>
 #include <utility>
 
+#include "tests/daemon/support/failing_memory.h"
+
 namespace koraha::test {
 namespace {
 
@@ -74,6 +76,7 @@ extern "C" [[gnu::visibility("default")]] int pthread_create(pthread_t* thread,
                                                              void* (*body)(void*),
                                                              void* argument) noexcept {
     using namespace koraha::test;
+    const AllocationsAside aside;
     static const auto create = libraryFunction<decltype(&::pthread_create)>("pthread_create");
     const auto [number, hook] = nextThread();
     if (!hook(number)) {

@@ -1,0 +1,53 @@
+#include "tests/daemon/support/failing_memory.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+namespace {
+
+constexpr int none = -1;
+
+thread_local int untilFailure = none;
+
+}  // namespace
+
+namespace koraha::test {
+
+FailingAllocation::FailingAllocation(int number) {
+    untilFailure = number;
+}
+FailingAllocation::~FailingAllocation() {
+    untilFailure = none;
+}
+bool FailingAllocation::hasFailed() {
+    return untilFailure == none;
+}
+
+AllocationsAside::AllocationsAside() : untilFailure_(std::exchange(untilFailure, none)) {}
+AllocationsAside::~AllocationsAside() {
+    untilFailure = untilFailure_;
+}
+
+}  // namespace koraha::test
+
+void* operator new(std::size_t size) {
+    const bool fails = untilFailure == 0;
+    if (untilFailure != none) {
+        --untilFailure;
+    }
+    void* memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
