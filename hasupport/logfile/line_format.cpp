@@ -69,9 +69,9 @@ void fitLine(std::string& line, std::size_t limit, std::size_t missing) {
 }
 
 void appendLossLine(std::string& out, std::string_view next, std::uint64_t lost) {
-    const std::size_t blank = next.find(' ');
-    if (blank < 32) {
-        out.append(next.substr(0, blank + 1));
+    constexpr std::size_t stampSize = 28;
+    if (next.size() >= stampSize && next.substr(stampSize - 2, 2) == "Z ") {
+        out.append(next.substr(0, stampSize));
     }
     out.append("libkorahadaemon: ")
         .append(std::to_string(lost))

@@ -21,7 +21,7 @@ PendingLines::PendingLines(LineBuffer buffer) : buffer_(std::move(buffer)) {
     order_ = left.order;
     count_ = left.count;
     head_ = BufferHeadWriter(buffer_.head(), left.head.generation);
-    if (left.head.version == 0) {
+    if (buffer_.hasBase() && left.head.version == 0) {
         head_.begin();
     }
     saveProgress();
