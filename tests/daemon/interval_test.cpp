@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <limits>
+#include <string>
+#include <thread>
 #include <vector>
 
 #include "monitor/role.h"
@@ -71,6 +74,26 @@ TEST(DoTaskByIntervals, negativeCountTakenAsUnsignedRunsOnceAndPracticallyNeverA
     const auto rest = static_cast<unsigned int>(-1);
     EXPECT_TRUE(doTaskByIntervals(rest, "task"));
     EXPECT_EQ(std::vector<bool>(100'000, false), callsOf(rest, "task", 100'000));
+}
+
+TEST(DoTaskByIntervals, twoThreadsMayPutTheirFirstNamesInAtTheSameTime) {
+    std::array<std::vector<bool>, 2> answers;
+    const auto passes = [&answers](std::size_t thread) {
+        for (int task = 0; task < 100; ++task) {
+            const std::string name = std::to_string(thread) + "/" + std::to_string(task);
+            const auto ofTask = callsOf(1, name, 3);
+            answers.at(thread).insert(answers.at(thread).end(), ofTask.begin(), ofTask.end());
+        }
+    };
+    std::thread other(passes, 0);
+    passes(1);
+    other.join();
+    for (const auto& ofThread : answers) {
+        ASSERT_EQ(300U, ofThread.size());
+        for (std::size_t call = 0; call < ofThread.size(); ++call) {
+            EXPECT_EQ(call % 3 != 1, ofThread[call]);
+        }
+    }
 }
 
 TEST(CheckInterval, isTheActiveIntervalWithTheRoleMarkerAndThePassiveOneWithout) {
