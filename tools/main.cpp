@@ -1,6 +1,8 @@
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <exception>
 #include <iostream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -8,14 +10,19 @@
 #include "tools/check_config.h"
 #include "tools/exit_codes.h"
 #include "tools/explain_command.h"
+#include "tools/log_command.h"
+#include "tools/message_table.h"
 #include "tools/peer_key_command.h"
 #include "tools/status_command.h"
+#include "tools/visible.h"
 
 namespace {
 
 using namespace korahamonctl;  // NOLINT(google-build-using-namespace): this is the tool
 
 constexpr int longestWait = 86'400;
+constexpr std::size_t shownByDefault = 50;
+constexpr int mostLines = 100'000;
 
 void addStatus(CLI::App& app, StatusOptions& options, int& result) {
     auto* status = app.add_subcommand("status", "Show the health of this node and of its peer");
@@ -70,6 +77,55 @@ void addExplain(CLI::App& app, std::vector<std::string>& words, int& result) {
     });
 }
 
+struct LogWords {
+    std::string since;
+    bool record = false;
+};
+
+std::map<std::string, Topic> topicWords() {
+    std::map<std::string, Topic> words;
+    for (const Message& message : messageTable()) {
+        words.emplace(topicName(message.topic), message.topic);
+    }
+    return words;
+}
+
+void runLog(const LogWords& words, LogOptions& options, int& result) {
+    const auto now = std::chrono::system_clock::now();
+    if (!words.since.empty()) {
+        options.filter.since =
+            timeFrom(words.since, std::chrono::floor<std::chrono::microseconds>(now));
+        if (!options.filter.since) {
+            throw CLI::ValidationError("--since", "is no time: " + visible(words.since));
+        }
+    }
+    options.path = words.record ? "/var/log/ha/ha.daemon.record" : options.path;
+    result = showLog(options, std::cout, std::cerr);
+}
+
+void addLog(CLI::App& app, LogOptions& options, LogWords& words, int& result) {
+    auto* log = app.add_subcommand("log", "Show the daemon's log with what was rotated away");
+    auto* file = log->add_option("--file", options.path, "The log")->capture_default_str();
+    log->add_flag("--record", words.record, "The periodic records instead")->excludes(file);
+    log->add_flag("-f,--follow", options.follow, "Go on showing what comes");
+    auto* lines = log->add_option("-n,--lines", options.last,
+                                  "Only so many of the latest; 0 for all (50, or all that --since "
+                                  "asks for)")
+                      ->check(CLI::Range(0, mostLines));
+    auto* since =
+        log->add_option("--since", words.since,
+                        "From then on: \"2026-11-21 07:00\" (UTC), or 90s, 15m, 2h, 3d ago");
+    log->add_option("--topic", options.filter.topics, "Only messages about this; may be repeated")
+        ->transform(CLI::CheckedTransformer(topicWords()));
+    log->add_option("--grep", options.filter.contains, "Only what contains this text");
+    log->callback([&words, &options, &result, lines, since] {
+        if (lines->count() == 0 && since->count() == 0) {
+            options.last = shownByDefault;
+        }
+        runLog(words, options, result);
+    });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -84,6 +140,8 @@ int main(int argc, char** argv) try {
     StatusOptions status;
     PeerKeyOptions key;
     std::vector<std::string> words;
+    LogOptions log;
+    LogWords logWords;
     int result = 0;
     app.add_option("--socket", status.socketPath, "The daemon's status socket")
         ->capture_default_str();
@@ -96,6 +154,7 @@ int main(int argc, char** argv) try {
     addCheckConfig(app, status.configuration, result);
     addPeerKey(app, key, result);
     addExplain(app, words, result);
+    addLog(app, log, logWords, result);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
