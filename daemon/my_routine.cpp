@@ -55,8 +55,7 @@ MyRoutine::MyRoutine(MyRoutine&& other) noexcept
 MyRoutine::~MyRoutine() = default;
 
 // Catches nothing: a routine that throws is in an unknown state, and the process must not go on.
-bool MyRoutine::boostThreadWrap(const boost::function<bool()>& routine,
-                                boost::promise<bool>& promise) {
+bool MyRoutine::boostThreadWrap(boost::function<bool()> routine, boost::promise<bool>& promise) {
     promise.set_value(routine());
     return true;
 }

@@ -35,8 +35,7 @@ class MyRoutine {
     static boost::thread_attributes attr;
 
   private:
-    static bool boostThreadWrap(const boost::function<bool()>& routine,
-                                boost::promise<bool>& promise);
+    static bool boostThreadWrap(boost::function<bool()> routine, boost::promise<bool>& promise);
 
     bool startFailed_ = false;
     boost::thread thread_;
