@@ -15,6 +15,10 @@ DISK_MEGABYTES = {"vda": 24, "vdb": 48, "vdc": 48}
 PREFIX = "koraha-lab-"  # of the temporary directories; the process id follows
 BIN = "/lab/build/bin"  # in the guests
 
+# What looking costs on a busy machine without KVM: each look is a program started in a guest.
+MEASURING = 8.0
+
+# All paces are one second, so that nothing is waited for but what a scenario is about.
 FAST = {
     "BASE_INTERVAL_BUSY_FLAG": 1, "BASE_INTERVAL_ACTIVE": 1, "BASE_INTERVAL_PASSIVE": 1,
     "BASE_INTERVAL_LOG_WRITE": 1, "NUM_OF_REST_NETWORK": 0, "NUM_OF_REST_MON_HB_LATENCY": 0,
@@ -198,6 +202,12 @@ class Pair:
             node.run("for i in $(seq 100); do "
                      f"[ $(grep -c 'cs:Connected.*ds:UpToDate/UpToDate' /proc/drbd) = {len(resources)} ]"
                      " && exit 0; sleep 0.2; done; cat /proc/drbd; exit 1")
+
+    def timed(self, what, took, paces):
+        """Notes how long the daemon took, against the sum of the paces and probe bounds on the way."""
+        self.note(f"{what}: {took:.1f} s; paces and bounds allow {paces:.1f} s")
+        if took > paces + MEASURING:
+            raise LabError(f"{what}: took {took:.1f} s, more than {paces:.1f} s")
 
     def note(self, fact):
         """Keeps one line for the table of results."""
