@@ -10,6 +10,7 @@
 #include "tools/check_config.h"
 #include "tools/exit_codes.h"
 #include "tools/explain_command.h"
+#include "tools/flush_command.h"
 #include "tools/log_command.h"
 #include "tools/message_table.h"
 #include "tools/peer_key_command.h"
@@ -126,6 +127,11 @@ void addLog(CLI::App& app, LogOptions& options, LogWords& words, int& result) {
     });
 }
 
+void addFlush(CLI::App& app, int& result) {
+    auto* flush = app.add_subcommand("flush", "Write the log lines that an ended daemon left");
+    flush->callback([&] { result = flushLogs({}, std::cout, std::cerr); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -153,6 +159,7 @@ int main(int argc, char** argv) try {
     CLI::App* check = addCheck(app, status, result);
     addCheckConfig(app, status.configuration, result);
     addPeerKey(app, key, result);
+    addFlush(app, result);
     addExplain(app, words, result);
     addLog(app, log, logWords, result);
     try {

@@ -8,10 +8,6 @@
 namespace KORA::HA::Daemon::support {
 namespace {
 
-// No text holds these bytes: control characters are escaped in it.
-constexpr std::uint32_t waitingMark = 0x1e0a011fU;
-constexpr std::uint32_t doneMark = 0x1e0a021fU;
-
 struct Head {
     std::uint32_t mark;
     std::uint32_t length;

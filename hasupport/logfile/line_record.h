@@ -13,6 +13,11 @@ inline constexpr std::uint64_t largestSequence = std::uint64_t{1} << 62U;
 inline constexpr std::size_t recordHead = 24;
 inline constexpr std::size_t recordAlignment = 8;
 
+/// A record begins with one of these, then its text's length, its number and its check. No text
+/// holds these bytes: control characters are escaped in it.
+inline constexpr std::uint32_t waitingMark = 0x1e0a011fU;
+inline constexpr std::uint32_t doneMark = 0x1e0a021fU;
+
 /// One log line as it lies in a buffer.
 struct LineRecord {
     std::uint64_t sequence = 0;
