@@ -5,6 +5,7 @@
 
 #include "hasupport/io/deadline.h"
 #include "hasupport/io/notice.h"
+#include "hasupport/io/telling_rate.h"
 #include "hasupport/peer/peer_client.h"
 #include "hasupport/settings/support_settings.h"
 
@@ -24,7 +25,21 @@ Kept& kept() {
     return theOne;
 }
 
-constinit Notice silentPeer;
+/// Says that the peer is silent, or not any more, once per change. The peer has a part in the words
+/// of a refusal, so that changes alone would not bound how much is said.
+void tell(const RemoteState& outcome) {
+    static std::mutex mutex;
+    static std::string told;
+    static constinit TellingRate rate;
+    const std::string now = outcome.state ? std::string() : outcome.problem;
+    const std::lock_guard lock(mutex);
+    if (now == told || !rate.allows()) {
+        return;
+    }
+    told = now;
+    notify(now.empty() ? "the peer tells its state again"
+                       : "the peer does not tell its state: " + now);
+}
 
 RemoteState ask() {
     const Milliseconds bound(supportSettings().peerTimeoutMs);
@@ -33,11 +48,7 @@ RemoteState ask() {
     if (answer.payload) {
         outcome.state = decodeState(*answer.payload, outcome.problem);
     }
-    if (outcome.state) {
-        silentPeer.clear("the peer tells its state again");
-    } else {
-        silentPeer.raise("the peer does not tell its state: " + outcome.problem);
-    }
+    tell(outcome);
     return outcome;
 }
 

@@ -5,6 +5,7 @@
 
 #include "hasupport/io/boot_identity.h"
 #include "hasupport/io/notice.h"
+#include "hasupport/io/telling_rate.h"
 #include "hasupport/peer/restart_action.h"
 #include "hasupport/peer/restart_record.h"
 #include "hasupport/peer/restart_stamp.h"
@@ -91,7 +92,8 @@ RestartVerdict obeyRestart(const std::string& why) {
     if (verdict.accepted) {
         verdict = carryOut(reason);
     }
-    if (!verdict.accepted) {
+    static constinit TellingRate rate;
+    if (!verdict.accepted && rate.allows()) {
         notify("refused to restart at the peer's request: " + verdict.reason);
         noteEvent("refused to restart at the peer's request: " + verdict.reason);
     }

@@ -32,9 +32,13 @@ Watch& watch() {
     return theOne;
 }
 
+// A restart too quick to be noticed must not take a later outage for its own.
+constexpr std::chrono::minutes leavesWithin{10};
+
 Progress progressOf(const std::optional<RestartStamp>& stamp) {
     if (!stamp || stamp->backSeconds != 0 ||
-        (stamp->outcome != "accepted" && stamp->outcome != "left")) {
+        (stamp->outcome != "accepted" && stamp->outcome != "left") ||
+        (stamp->leftSeconds == 0 && stamp->age() > leavesWithin)) {
         return Progress::over;
     }
     return stamp->leftSeconds == 0 ? Progress::waitsForLeaving : Progress::waitsForReturn;

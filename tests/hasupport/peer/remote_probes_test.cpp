@@ -305,6 +305,25 @@ TEST(RemoteProbes, ShowARefusalBoundedAndPrintable) {
         "the peer refused: no??[2J" + std::string(73, 'x'));
 }
 
+TEST(RemoteProbes, OfAPeerWithEverNewWordsTellAtABoundedRate) {
+    onLoopback([] {
+        const PeerLink link;
+        int number = 0;
+        const ScriptedPeer peer([&](PeerSide& side) {
+            side.receive();
+            side.send(encodeFrame(FrameType::refusal, "no, " + std::to_string(++number)));
+        });
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < 200; ++i) {
+            EXPECT_FALSE(IsRemoteMDResync()());
+        }
+        const auto tens = (std::chrono::steady_clock::now() - start) / 10s;
+        EXPECT_EQ(readingState(Reading::remoteMDResync).reason, "the peer refused: no, 200");
+        EXPECT_GE(koraha::test::timesTold("the peer does not tell its state"), 1U);
+        EXPECT_LE(koraha::test::timesTold("the peer"), 6U + static_cast<unsigned>(tens));
+    });
+}
+
 TEST(RemoteProbes, AnswerNegativelyToWhatIsNoState) {
     const auto answers = [](const std::string& payload) {
         return [payload](PeerSide& side) { side.answer(payload); };

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hasupport/io/deadline.h"
 #include "hasupport/peer/peer_requests.h"
 #include "hasupport/peer/restart_stamp.h"
 #include "peer_link.h"
@@ -39,7 +40,8 @@ class RestartDuty : public testing::Test {
         EXPECT_FALSE(verdict.accepted);
         EXPECT_EQ(verdict.reason, why);
         EXPECT_EQ(verdict.unable, unable);
-        EXPECT_EQ(koraha::test::timesTold("refused to restart at the peer's request: " + why), 1U);
+        // The rate of telling is the process's, which runs other tests too.
+        EXPECT_LE(koraha::test::timesTold("refused to restart at the peer's request: " + why), 1U);
     }
 
     koraha::test::PeerLink link_;
@@ -146,6 +148,16 @@ TEST_F(RestartDuty, BoundsAndCleansThePeersReason) {
     const std::string clean = "a???" + std::string(396, 'x');
     EXPECT_EQ(restart_.calls.at(1), "tell restarting at the peer's request: " + clean);
     EXPECT_EQ(readStamp(obeyedStampPath()).stamp->reason, clean);
+}
+
+TEST_F(RestartDuty, TellsRefusalsAtABoundedRate) {
+    EXPECT_TRUE(obeyRestart("test").accepted);
+    const auto start = SteadyClock::now();
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_FALSE(obeyRestart("again").accepted);
+    }
+    const auto tens = (SteadyClock::now() - start) / std::chrono::seconds(10);
+    EXPECT_LE(koraha::test::timesTold("refused to restart"), 6U + static_cast<unsigned>(tens));
 }
 
 TEST_F(RestartDuty, ShowsThatThisNodeIsOnItsWayDown) {

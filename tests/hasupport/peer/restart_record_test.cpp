@@ -94,6 +94,14 @@ TEST_F(RestartRecordTest, FollowsOnlyARestartThatWasAccepted) {
     }
 }
 
+TEST_F(RestartRecordTest, TakesNoLaterOutageForItsOwn) {
+    askLongAgo(11min);
+    expectRestartProgress();
+    noteRestartProgress(false);
+    noteRestartProgress(true);
+    EXPECT_EQ(lastRestart()->outcome, "accepted");
+}
+
 TEST_F(RestartRecordTest, ForbidsAnotherForFifteenMinutes) {
     const std::string sentence =
         "This node asked for a restart of the peer less than 15 minutes ago.";
