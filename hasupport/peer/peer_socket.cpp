@@ -13,6 +13,10 @@ namespace KORA::HA::Daemon::support {
 namespace {
 
 constexpr int onLinkHops = 255;
+// How long the kernel keeps what a connection still had to send. Without a bound, a client that
+// goes away in the middle leaves a dying connection for minutes: its host's resets do not carry the
+// hop count that is required here, and are ignored.
+constexpr int unsentMs = 2000;
 constexpr int backlog = 128;  // a dropped knock is repeated after a second: too late for a probe
 
 bool setOption(int fd, int level, int option, int value) {
@@ -59,6 +63,7 @@ bool bindTo(int fd, const IpAddress& address, std::uint16_t port) {
 bool prepareListener(int fd, const PeerRoute& route, std::uint16_t port) {
     const int family = route.local.family();
     setOption(fd, SOL_SOCKET, SO_REUSEADDR, 1);
+    setOption(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, unsentMs);
     const bool free = family == AF_INET ? setOption(fd, IPPROTO_IP, IP_FREEBIND, 1)
                                         : setOption(fd, IPPROTO_IPV6, IPV6_V6ONLY, 1) &&
                                               setOption(fd, IPPROTO_IPV6, IPV6_FREEBIND, 1);

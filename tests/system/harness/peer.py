@@ -90,7 +90,7 @@ def listener(node):
 def connect(node, address):
     """A connection to the daemon of the other node, from this one's address."""
     made = node.socket()
-    made.settimeout(10)
+    made.settimeout(5)
     made.setsockopt(socket.IPPROTO_IP, socket.IP_TTL, ON_LINK)
     made.bind((node.address, 0))
     made.connect((address, PORT))
