@@ -35,8 +35,11 @@ def has_kvm():
         os.close(device)
 
 
-def die_with_parent():
+def die_with(parent):
+    """The kernel kills this process when its parent ends, however that comes about."""
     ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+    if os.getppid() != parent:
+        os._exit(1)
 
 
 class Machine:
@@ -51,13 +54,13 @@ class Machine:
         self.lock = threading.Lock()
         self.ids = itertools.count(1)
 
-    def start(self, boot_seconds=120):
+    def launch(self):
+        lab = os.getpid()
         console = open(self.directory / "qemu.log", "ab")
         self.process = subprocess.Popen(self.command, stdin=subprocess.DEVNULL, stdout=console,
-                                        stderr=console, preexec_fn=die_with_parent)
+                                        stderr=console, preexec_fn=lambda: die_with(lab))
         self.port = self._connect("agent.sock")
         threading.Thread(target=self._listen, daemon=True).start()
-        self.boot_id = self.wait_boot(boot_seconds)
 
     def _connect(self, name):
         deadline = time.monotonic() + 20

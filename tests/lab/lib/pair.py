@@ -164,14 +164,17 @@ class Pair:
     def trial_boot(self, seconds):
         """True when the first node gets as far as its node script."""
         try:
-            self.nodes[0].start(seconds)
+            self.nodes[0].launch()
+            self.nodes[0].wait_boot(seconds)
             return True
         except LabError:
             return False
 
     def boot(self):
         for node in self.nodes:
-            node.start()
+            node.launch()
+        for node in self.nodes:
+            node.wait_boot(120)
         if (self.paths["build"] / "bin/korahamonctl").exists():
             self.make_key()
 

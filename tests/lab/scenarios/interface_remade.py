@@ -22,11 +22,12 @@ def run(pair):
     second.run(make)
     for node in pair:
         took = node.until(good, "alive, and the peer service answers again", 60)
-        pair.note(f"node{node.number}: made anew, back after {took:.1f} s")
+        pair.timed(f"node{node.number}: made anew, all back", took, 1 + 1 + 1 + 1)
     second.run("ip link set hb0 down; ip link set hb0 name hb9; ip link set hb9 up")
-    for node in pair:
-        node.until(lambda s: s.get("remoteAlive") is False, "no interface of that name any more")
+    second.until(lambda s: s.get("remoteAlive") is False, "no interface of that name any more")
+    first.until(lambda s: s["readings"]["remoteMDResync"]["valid"] is False,
+                "its kernel answers under any name, its peer service does not")
     second.run("ip link set hb9 down; ip link set hb9 name hb0; ip link set hb0 up")
     for node in pair:
         took = node.until(good, "alive, and the peer service answers under the old name", 60)
-        pair.note(f"node{node.number}: renamed there and back, back after {took:.1f} s")
+        pair.timed(f"node{node.number}: renamed there and back, all back", took, 1 + 1 + 1 + 1)
