@@ -4,6 +4,8 @@ the next fresh sample tries again. One that runs and fails, or is killed, has be
 from harness import CLUSTER_TOOL, SHORT_INTERVALS, eventually, expect, expect_equal
 from harness import joined_nodes
 
+TAKES_SECONDS = 35
+
 ALWAYS_SLOW = {
     **SHORT_INTERVALS,
     "THR_OF_HB_LATENCY": 0,

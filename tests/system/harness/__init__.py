@@ -2,6 +2,7 @@
 
 from .checks import CaseFailed, eventually, expect, expect_equal
 from .daemon import CONFIGURATION, DAEMON_LOG, PROGRAM, SHORT_INTERVALS, STATUS_SOCKET, Daemon
+from .daemon import has_sanitizer
 from .hostile import hostile_service
 from .node import CLUSTER_TOOL, IS_ROOT, Node, copy_key, join, joined_nodes, nodes, one_node
 from .system_log import LOG_ERR, LOG_USER, SystemLogLine
@@ -24,6 +25,7 @@ __all__ = [
     "eventually",
     "expect",
     "expect_equal",
+    "has_sanitizer",
     "hostile_service",
     "join",
     "joined_nodes",

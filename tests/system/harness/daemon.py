@@ -69,6 +69,7 @@ class Daemon:
 
     def expect_well(self):
         """Still running, and nothing written: for what ended, see ended()."""
+        expect("Sanitizer" not in self.output(), "no sanitizer complains")
         if self._ended_as_expected:
             return
         expect(self.runs(), f"the daemon runs; it ended with {self.process.poll()}")
@@ -124,6 +125,11 @@ class Daemon:
             if line.startswith("VmRSS:"):
                 return int(line.split()[1])
         return 0
+
+
+def has_sanitizer(build):
+    program = (Path(build) / "bin" / "koraharemotemond").read_bytes()
+    return b"__asan_init" in program or b"__tsan_init" in program
 
 
 def first_child(pid):

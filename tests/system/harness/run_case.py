@@ -9,17 +9,14 @@ SKIPPED = 77
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
 
+from harness import has_sanitizer  # noqa: E402 (the path comes first)
+
 
 def load(file):
     spec = importlib.util.spec_from_file_location("case", file)
     module = importlib.util.module_from_spec(spec)
     spec.loader.exec_module(module)
     return module
-
-
-def has_sanitizer(build):
-    program = (Path(build) / "bin" / "koraharemotemond").read_bytes()
-    return b"__asan_init" in program or b"__tsan_init" in program
 
 
 def main(file, build):
