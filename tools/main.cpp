@@ -8,6 +8,7 @@
 
 #include "tools/check_command.h"
 #include "tools/check_config.h"
+#include "tools/doctor_command.h"
 #include "tools/exit_codes.h"
 #include "tools/explain_command.h"
 #include "tools/flush_command.h"
@@ -76,6 +77,12 @@ void addExplain(CLI::App& app, std::vector<std::string>& words, int& result) {
         }
         result = explain(asked, std::cout, std::cerr);
     });
+}
+
+void addDoctor(CLI::App& app, StatusOptions& options, int& result) {
+    auto* doctor = app.add_subcommand(
+        "doctor", "Look for everything that keeps this node from working, and tell how to mend it");
+    doctor->callback([&] { result = examineNode(options, std::cout); });
 }
 
 struct LogWords {
@@ -160,6 +167,7 @@ int main(int argc, char** argv) try {
     addCheckConfig(app, status.configuration, result);
     addPeerKey(app, key, result);
     addFlush(app, result);
+    addDoctor(app, status, result);
     addExplain(app, words, result);
     addLog(app, log, logWords, result);
     try {

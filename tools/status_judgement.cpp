@@ -8,6 +8,7 @@ namespace korahamonctl {
 namespace {
 
 constexpr std::size_t nameLimit = 64;
+constexpr std::size_t reasonLimit = 200;
 constexpr std::size_t concernsLimit = 64;
 
 struct Group {
@@ -37,29 +38,35 @@ bool isValue(const Json::Value& value) {
     return value.isBool() || value.isNumeric();
 }
 
+std::string reasonOf(const Json::Value& status, const std::string& reading) {
+    const Json::Value& reason = member(member(member(status, "readings"), reading), "reason");
+    return reason.isString() ? visible(reason.asString(), reasonLimit) : std::string();
+}
+
 void judgeGroup(const Json::Value& status, const Group& group, const Paces& paces,
                 std::vector<Concern>& concerns) {
     const Json::Value& value = member(status, group.key);
     const Knowledge knowledge = knowledgeOf(status, group.key, paces);
     if (knowledge != Knowledge::unknown && group.alarm != nullptr && value.isBool() &&
         value.asBool() == group.alarming) {
-        concerns.push_back({group.alarm});
+        concerns.push_back({group.alarm, false, ""});
     }
     const bool peerAway = member(status, "remoteAlive").isBool() && !status["remoteAlive"].asBool();
     if (knowledge != Knowledge::known && !(group.ofPeer && peerAway)) {
         const char* what = knowledge == Knowledge::stale ? " stale" : " unknown";
-        concerns.push_back({group.key + std::string(what), true});
+        concerns.push_back({group.key + std::string(what), true, reasonOf(status, group.key)});
     }
 }
 
 void judgeArrays(const Json::Value& arrays, std::vector<Concern>& concerns) {
     if (!arrays.isArray()) {
-        concerns.push_back({"degraded arrays unknown", true});
+        concerns.push_back({"degraded arrays unknown", true, ""});
         return;
     }
     for (const Json::Value& name : arrays) {
         concerns.push_back(
-            {"degraded array " + (name.isString() ? visible(name.asString(), nameLimit) : "?")});
+            {"degraded array " + (name.isString() ? visible(name.asString(), nameLimit) : "?"),
+             false, ""});
         if (concerns.size() >= concernsLimit) {
             return;
         }

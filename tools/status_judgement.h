@@ -17,6 +17,7 @@ Knowledge knowledgeOf(const Json::Value& status, const std::string& reading, con
 struct Concern {
     std::string text;
     bool unknown = false;  ///< nothing is known to be wrong, but something is not known
+    std::string reason;    ///< why it is not known, where the daemon says
 };
 
 /// Everything in a status reply that gives cause for alarm: the peer not alive,
