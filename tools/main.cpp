@@ -16,6 +16,7 @@
 #include "tools/message_table.h"
 #include "tools/peer_key_command.h"
 #include "tools/status_command.h"
+#include "tools/support_bundle_command.h"
 #include "tools/visible.h"
 
 namespace {
@@ -83,6 +84,15 @@ void addDoctor(CLI::App& app, StatusOptions& options, int& result) {
     auto* doctor = app.add_subcommand(
         "doctor", "Look for everything that keeps this node from working, and tell how to mend it");
     doctor->callback([&] { result = examineNode(options, std::cout); });
+}
+
+void addSupportBundle(CLI::App& app, const StatusOptions& status, BundleOptions& options,
+                      int& result) {
+    auto* bundle = app.add_subcommand(
+        "support-bundle", "Pack logs, states and configuration into an archive, without the key");
+    bundle->add_option("-o,--output", options.output,
+                       "The archive to make (a name of host and time in the working directory)");
+    bundle->callback([&] { result = makeSupportBundle(status, options, std::cout, std::cerr); });
 }
 
 struct LogWords {
@@ -154,6 +164,7 @@ int main(int argc, char** argv) try {
     PeerKeyOptions key;
     std::vector<std::string> words;
     LogOptions log;
+    BundleOptions bundle;
     LogWords logWords;
     int result = 0;
     app.add_option("--socket", status.socketPath, "The daemon's status socket")
@@ -168,6 +179,7 @@ int main(int argc, char** argv) try {
     addPeerKey(app, key, result);
     addFlush(app, result);
     addDoctor(app, status, result);
+    addSupportBundle(app, status, bundle, result);
     addExplain(app, words, result);
     addLog(app, log, logWords, result);
     try {
