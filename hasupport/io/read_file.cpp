@@ -7,18 +7,10 @@
 #include <cerrno>
 #include <string_view>
 
-#include "hasupport/io/unique_fd.h"
+#include "hasupport/io/open_file.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
-
-UniqueFd openForReading(const std::string& path) {
-    int fd = -1;
-    do {
-        fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    } while (fd < 0 && errno == EINTR);
-    return UniqueFd(fd);
-}
 
 ssize_t readSome(int fd, char* into, std::size_t size) {
     ssize_t got = -1;
@@ -31,7 +23,7 @@ ssize_t readSome(int fd, char* into, std::size_t size) {
 }  // namespace
 
 std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
-    const UniqueFd fd = openForReading(path);
+    const UniqueFd fd = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     if (!fd) {
         return std::nullopt;
     }

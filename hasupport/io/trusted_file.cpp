@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "hasupport/io/unique_fd.h"
+#include "hasupport/io/open_file.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -48,8 +48,7 @@ std::optional<std::string> readAll(int fd, std::size_t size) {
 
 TrustedFile readTrustedFile(const std::string& path, mode_t forbidden, std::size_t limit) {
     TrustedFile file;
-    const UniqueFd fd(
-        ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    const UniqueFd fd = openFile(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
     if (!fd) {
         file.present = errno != ENOENT && errno != ENOTDIR;
         file.problem = errno == ELOOP ? "is a link" : std::strerror(errno);

@@ -43,6 +43,9 @@ DiskErrLook DiskErrWatch::evaluate(Memories& after) const {
     DiskErrLook found{true, {}, {}};
     for (const std::string& name : *disks) {
         const DiskState disk = readDiskState(roots_, name);
+        if (disk.unreadable != 0) {
+            return {false, name + " cannot be read: " + std::strerror(disk.unreadable), {}};
+        }
         const auto known = memories_.find(name);
         // Another device under the old name counts from 0 again.
         const bool same = known != memories_.end() && known->second.device == disk.device;

@@ -4,10 +4,8 @@
 #include <array>
 #include <charconv>
 #include <system_error>
-#include <vector>
 
-#include "hasupport/io/read_file.h"
-#include "hasupport/kernel/list_directory.h"
+#include "hasupport/kernel/sysfs_reader.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -18,24 +16,23 @@ bool isDigits(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-std::optional<std::uint32_t> readCounter(const std::string& path) {
-    const auto line = readLine(path);
+std::optional<std::uint32_t> readCounter(SysfsReader& sysfs, const std::string& path) {
+    const auto line = sysfs.line(path);
     return line ? parseIoCounter(*line) : std::nullopt;
 }
 
 /// With native multipath a namespace belongs to a subsystem, and that to controllers: handling as
 /// soon as one of them does, failed when all have.
-void takeControllers(const std::string& subsystem, DiskState& disk) {
+void takeControllers(SysfsReader& sysfs, const std::string& subsystem, DiskState& disk) {
     std::size_t controllers = 0;
     std::size_t failed = 0;
-    for (const std::string& entry :
-         listDirectory(subsystem, "nvme").value_or(std::vector<std::string>{})) {
+    for (const std::string& entry : sysfs.entries(subsystem, "nvme")) {
         if (!isDigits(std::string_view(entry).substr(4))) {
             continue;
         }
         std::string path = subsystem;
         path += "/" + entry + "/state";
-        const std::string word = readLine(path).value_or("");
+        const std::string word = sysfs.line(path).value_or("");
         disk.handling |= isHandlingState(word);
         failed += isFailedState(word) ? 1U : 0U;
         ++controllers;
@@ -88,21 +85,23 @@ std::string_view scsiHostOf(std::string_view devicePath) {
 
 DiskState readDiskState(const KernelRoots& roots, const std::string& name) {
     const std::string device = roots.sys + "/block/" + name + "/device";
+    SysfsReader sysfs;
     DiskState disk;
-    disk.device = realPath(device);
-    if (const auto word = readLine(device + "/state")) {
+    disk.device = sysfs.realPath(device);
+    if (const auto word = sysfs.line(device + "/state")) {
         disk.handling = isHandlingState(*word);
         disk.failed = isFailedState(*word);
     } else if (name.substr(0, 4) == "nvme") {
-        takeControllers(device, disk);
+        takeControllers(sysfs, device, disk);
     }
     const std::string_view host = scsiHostOf(disk.device);
     if (!host.empty()) {
         const std::string state = roots.sys + "/class/scsi_host/" + std::string(host) + "/state";
-        disk.hostRecovers = isRecoveryState(readLine(state).value_or(""));
+        disk.hostRecovers = isRecoveryState(sysfs.line(state).value_or(""));
     }
-    disk.timeouts = readCounter(device + "/iotmo_cnt");
-    disk.errors = readCounter(device + "/ioerr_cnt");
+    disk.timeouts = readCounter(sysfs, device + "/iotmo_cnt");
+    disk.errors = readCounter(sysfs, device + "/ioerr_cnt");
+    disk.unreadable = sysfs.error();
     return disk;
 }
 

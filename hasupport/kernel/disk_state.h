@@ -17,6 +17,7 @@ struct DiskState {
     bool hostRecovers = false;  ///< its SCSI host's error handler is at work
     std::optional<std::uint32_t> timeouts;  ///< commands that timed out; wraps
     std::optional<std::uint32_t> errors;    ///< commands that ended with any error; wraps
+    int unreadable = 0;  ///< errno of what was there and could not be read: then nothing is known
 };
 
 /// Reads the state of the disk `name` (a name of /sys/block). Disks that tell nothing of the kind,

@@ -32,20 +32,21 @@ constinit char localeVariable[] = "LC_ALL=C";
 class SpawnActions {
   public:
     explicit SpawnActions(int output) {
-        ::posix_spawn_file_actions_init(&actions_);
-        ::posix_spawnattr_init(&attributes_);
-        ::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        ::posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
-        ::posix_spawn_file_actions_addopen(&actions_, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-        ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+        note(::posix_spawn_file_actions_init(&actions_));
+        note(::posix_spawnattr_init(&attributes_));
+        note(::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
+        note(::posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO));
+        note(
+            ::posix_spawn_file_actions_addopen(&actions_, STDERR_FILENO, "/dev/null", O_WRONLY, 0));
+        note(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
         sigset_t set;
         ::sigfillset(&set);
-        ::posix_spawnattr_setsigdefault(&attributes_, &set);
+        note(::posix_spawnattr_setsigdefault(&attributes_, &set));
         ::sigemptyset(&set);
-        ::posix_spawnattr_setsigmask(&attributes_, &set);
-        ::posix_spawnattr_setpgroup(&attributes_, 0);
-        ::posix_spawnattr_setflags(
-            &attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+        note(::posix_spawnattr_setsigmask(&attributes_, &set));
+        note(::posix_spawnattr_setpgroup(&attributes_, 0));
+        note(::posix_spawnattr_setflags(
+            &attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP));
     }
     ~SpawnActions() {
         ::posix_spawnattr_destroy(&attributes_);
@@ -56,6 +57,9 @@ class SpawnActions {
 
     /// 0, or the errno of why `program` could not be started.
     int start(std::string program, pid_t& child) const {
+        if (error_ != 0) {
+            return error_;
+        }
         const std::array<char*, 5> arguments{program.data(), eventsWord, nowWord, allWord, nullptr};
         const std::array<char*, 3> environment{pathVariable, localeVariable, nullptr};
         return ::posix_spawn(&child, program.c_str(), &actions_, &attributes_, arguments.data(),
@@ -63,8 +67,11 @@ class SpawnActions {
     }
 
   private:
+    void note(int error) { error_ = error_ == 0 ? error : error_; }
+
     posix_spawn_file_actions_t actions_{};
     posix_spawnattr_t attributes_{};
+    int error_ = 0;  // the first of building them
 };
 
 /// Reads to the end of `pipe`. Empty when all came in time, else what went wrong.

@@ -9,20 +9,10 @@
 #include "hasupport/kernel/list_directory.h"
 #include "hasupport/kernel/mdstat.h"
 #include "hasupport/kernel/parse_number.h"
+#include "hasupport/kernel/sysfs_reader.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
-
-/// A value of an array's directory. `failed` is set when the file is there and cannot be read; a
-/// missing file is normal (no redundancy, inactive, or the array was just stopped).
-std::string valueOf(const std::string& path, bool& failed) {
-    auto line = readLine(path);
-    if (!line) {
-        failed |= errno != ENOENT && errno != ENODEV && errno != ENOTDIR;
-        return {};
-    }
-    return std::move(*line);
-}
 
 /// An array that is auto-read-only starts its resync with the first write; until then its
 /// sync_action says idle.
@@ -33,12 +23,13 @@ bool isPending(const std::string& state, const std::string& resyncStart) {
 /// Nothing when a file could not be read.
 std::optional<MdArray> readArray(const std::string& block, const std::string& name) {
     const std::string md = block + name + "/md/";
-    bool failed = false;
-    const std::string state = valueOf(md + "array_state", failed);
-    const std::string action = valueOf(md + "sync_action", failed);
-    const std::string resyncStart = valueOf(md + "resync_start", failed);
-    const std::string degraded = valueOf(md + "degraded", failed);
-    if (failed) {
+    // A missing file is normal: no redundancy, inactive, or the array was just stopped.
+    SysfsReader sysfs;
+    const std::string state = sysfs.line(md + "array_state").value_or("");
+    const std::string action = sysfs.line(md + "sync_action").value_or("");
+    const std::string resyncStart = sysfs.line(md + "resync_start").value_or("");
+    const std::string degraded = sysfs.line(md + "degraded").value_or("");
+    if (sysfs.error() != 0) {
         return std::nullopt;
     }
     MdArray array;

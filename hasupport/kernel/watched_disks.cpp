@@ -1,11 +1,10 @@
 #include "hasupport/kernel/watched_disks.h"
 
-#include <sys/stat.h>
-
+#include <cerrno>
 #include <string_view>
 
-#include "hasupport/io/read_file.h"
 #include "hasupport/kernel/list_directory.h"
+#include "hasupport/kernel/sysfs_reader.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -15,11 +14,6 @@ constexpr std::size_t diskLimit = 1024;
 constexpr std::size_t nameLimit = 64;
 
 using Names = std::set<std::string>;
-
-bool exists(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0;
-}
 
 bool startsWith(std::string_view text, std::string_view with) {
     return text.substr(0, with.size()) == with;
@@ -42,10 +36,10 @@ class Topology {
     explicit Topology(const KernelRoots& roots) : block_(roots.sys + "/block/") {}
 
     /// Adds the disks under `device`, which may itself be one.
-    void addDisksUnder(const std::string& device, Names& disks, int depth = 0) const {
+    void addDisksUnder(const std::string& device, Names& disks, int depth = 0) {
         const std::string slaves = block_ + device + "/slaves";
-        const auto below = listDirectory(slaves);
-        if (!below || below->empty()) {
+        const auto below = sysfs_.entries(slaves);
+        if (below.empty()) {
             if (disks.size() < diskLimit) {
                 disks.insert(device);
             }
@@ -54,7 +48,7 @@ class Topology {
         if (depth == depthLimit) {
             return;
         }
-        for (const std::string& name : *below) {
+        for (const std::string& name : below) {
             std::string link = slaves;
             link.append("/").append(name);
             addDisksUnder(wholeDevice(name, link), disks, depth + 1);
@@ -62,36 +56,38 @@ class Topology {
     }
 
     /// The members of an array that md gave up.
-    void addFaultyMembers(const std::string& array, Names& disks) const {
+    void addFaultyMembers(const std::string& array, Names& disks) {
         const std::string md = block_ + array + "/md";
-        for (const std::string& entry : listDirectory(md, "dev-").value_or(Entries{})) {
+        for (const std::string& entry : sysfs_.entries(md, "dev-")) {
             std::string member = md;
             member += "/" + entry;
-            if (listHas(readLine(member + "/state").value_or(""), "faulty")) {
+            if (listHas(sysfs_.line(member + "/state").value_or(""), "faulty")) {
                 addDisksUnder(wholeDevice(entry.substr(4), member + "/block"), disks);
             }
         }
     }
 
-    bool isWatchable(const std::string& disk) const {
-        return exists(block_ + disk) && readLine(block_ + disk + "/removable").value_or("0") == "0";
+    bool isWatchable(const std::string& disk) {
+        return sysfs_.exists(block_ + disk) &&
+               sysfs_.line(block_ + disk + "/removable").value_or("0") == "0";
     }
 
-  private:
-    using Entries = std::vector<std::string>;
+    int error() const { return sysfs_.error(); }
 
+  private:
     /// A partition has no entry of its own among the block devices; its directory lies within its
     /// disk's.
-    std::string wholeDevice(const std::string& name, const std::string& link) const {
-        if (exists(block_ + name)) {
+    std::string wholeDevice(const std::string& name, const std::string& link) {
+        if (sysfs_.exists(block_ + name)) {
             return name;
         }
-        const std::string real = realPath(link);
+        const std::string real = sysfs_.realPath(link);
         const auto parent = std::string(baseName(real.substr(0, real.rfind('/'))));
-        return !parent.empty() && exists(block_ + parent) ? parent : name;
+        return !parent.empty() && sysfs_.exists(block_ + parent) ? parent : name;
     }
 
     std::string block_;
+    SysfsReader sysfs_;
 };
 
 std::string deviceName(std::string_view named) {
@@ -111,7 +107,7 @@ std::optional<Names> watchedDisks(const KernelRoots& roots, const std::vector<st
     if (!devices) {
         return std::nullopt;
     }
-    const Topology topology(roots);
+    Topology topology(roots);
     Names disks;
     Names faulty;
     for (const std::string& device : *devices) {
@@ -130,6 +126,10 @@ std::optional<Names> watchedDisks(const KernelRoots& roots, const std::vector<st
     for (auto disk = disks.begin(); disk != disks.end();) {
         const bool keep = !disk->empty() && !faulty.contains(*disk) && topology.isWatchable(*disk);
         disk = keep ? std::next(disk) : disks.erase(disk);
+    }
+    if (topology.error() != 0) {
+        errno = topology.error();
+        return std::nullopt;
     }
     return disks;
 }

@@ -5,12 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <ctime>
 
 #include "hasupport/io/boot_identity.h"
+#include "hasupport/io/open_file.h"
 #include "hasupport/io/trusted_file.h"
-#include "hasupport/io/unique_fd.h"
 #include "hasupport/settings/support_settings.h"
 
 namespace KORA::HA::Daemon::support {
@@ -19,17 +20,26 @@ namespace {
 constexpr std::size_t sizeLimit = 4096;
 constexpr mode_t stampMode = 0600;
 
+bool writeAll(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t sent = ::write(fd, text.data(), text.size());
+        if (sent == 0 || (sent < 0 && errno != EINTR)) {
+            return false;
+        }
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(sent, 0)));
+    }
+    return true;
+}
+
 bool writeWhole(const std::string& path, const std::string& text) {
     ::unlink(path.c_str());
-    const UniqueFd fd(
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, stampMode));
-    return fd && ::write(fd.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
-           ::fsync(fd.get()) == 0;
+    const UniqueFd fd = openFile(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, stampMode);
+    return fd && writeAll(fd.get(), text) && ::fsync(fd.get()) == 0;
 }
 
 bool syncDirectoryOf(const std::string& path) {
     const std::string directory = path.substr(0, path.rfind('/'));
-    const UniqueFd fd(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd fd = openFile(directory, O_RDONLY | O_DIRECTORY);
     return fd && ::fsync(fd.get()) == 0;
 }
 

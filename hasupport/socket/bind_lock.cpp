@@ -10,6 +10,7 @@
 
 #include "hasupport/io/deadline.h"
 #include "hasupport/io/notice.h"
+#include "hasupport/io/open_file.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -24,8 +25,7 @@ constinit Notice noLock;
 bool takeBindLock(const std::string& directory, UniqueFd& lock) {
     ::mkdir(directory.c_str(), S_IRWXU);  // mostly there already
     const std::string file = directory + "/socket.lock";
-    constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-    lock.reset(::open(file.c_str(), flags, S_IRUSR | S_IWUSR));
+    lock = openFile(file, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
     if (!lock) {
         noLock.raise("cannot lock " + file + ": " + std::strerror(errno));
         return true;

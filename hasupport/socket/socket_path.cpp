@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "hasupport/io/notice.h"
+#include "hasupport/io/open_file.h"
 #include "hasupport/socket/bind_lock.h"
 #include "hasupport/socket/group_file.h"
 #include "hasupport/socket/socket_occupant.h"
@@ -104,6 +105,9 @@ bool SocketPath::bindAndListen() {
 
 bool SocketPath::bindLocked() {
     const auto address = socketAddress(path_);
+    if (address && !fd_) {
+        fd_ = makeSocket();  // there was none to be had the last time
+    }
     if (!address || !fd_) {
         return fail(path_, "path too long or no socket to be had");
     }
@@ -128,7 +132,7 @@ bool SocketPath::bindLocked() {
 }
 
 bool SocketPath::rememberFile() {
-    const UniqueFd file(::open(path_.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    const UniqueFd file = openFile(path_, O_PATH | O_NOFOLLOW);
     struct stat made {};
     if (!file || ::fstat(file.get(), &made) != 0 || !S_ISSOCK(made.st_mode) ||
         made.st_uid != ::geteuid()) {

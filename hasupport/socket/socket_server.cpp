@@ -40,7 +40,7 @@ class TwoDoors {
             return;
         }
         bindAgainAt_ = now + bindAgainEvery;
-        if (path_.isUsable() && path_.bindAndListen()) {
+        if (path_.bindAndListen()) {
             local_.emplace(path_.listener());
         }
     }

@@ -1,0 +1,17 @@
+#include "hasupport/io/open_file.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+namespace KORA::HA::Daemon::support {
+
+UniqueFd openFile(const std::string& path, int flags, mode_t mode) {
+    int fd = -1;
+    do {
+        fd = ::open(path.c_str(), flags | O_CLOEXEC, mode);
+    } while (fd < 0 && errno == EINTR);
+    return UniqueFd(fd);
+}
+
+}  // namespace KORA::HA::Daemon::support

@@ -1,0 +1,53 @@
+#include "hasupport/kernel/sysfs_reader.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "hasupport/io/read_file.h"
+#include "hasupport/kernel/list_directory.h"
+
+namespace KORA::HA::Daemon::support {
+
+void SysfsReader::noteFailure() {
+    const bool isAbsent = errno == ENOENT || errno == ENOTDIR || errno == ENODEV || errno == ENXIO;
+    if (!isAbsent && error_ == 0) {
+        error_ = errno;
+    }
+}
+
+std::optional<std::string> SysfsReader::line(const std::string& path) {
+    auto text = readLine(path);
+    if (!text) {
+        noteFailure();
+    }
+    return text;
+}
+
+std::vector<std::string> SysfsReader::entries(const std::string& path, std::string_view prefix) {
+    auto names = listDirectory(path, prefix);
+    if (!names) {
+        noteFailure();
+        return {};
+    }
+    return std::move(*names);
+}
+
+std::string SysfsReader::realPath(const std::string& path) {
+    std::string real = support::realPath(path);
+    if (real.empty()) {
+        noteFailure();
+    }
+    return real;
+}
+
+bool SysfsReader::exists(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        return true;
+    }
+    noteFailure();
+    return false;
+}
+
+}  // namespace KORA::HA::Daemon::support
