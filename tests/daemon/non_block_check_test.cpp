@@ -67,19 +67,20 @@ TEST(NonBlockCheck, localDetailIsOneArrayThatIsNotClearedBetweenPasses) {
 TEST(NonBlockCheck, eachFieldFollowsItsOwnProbeAtEveryPass) {
     inOwnSystem([] {
         Status status;
-        script().diskErrHandling = inTurn({true, false, false, true});
-        script().remoteMDResync = inTurn({false, true, false, true});
-        script().remoteDiskErrHandling = inTurn({false, false, true, true});
+        script().diskErrHandling = inTurn({true, false, false, true, false});
+        script().remoteMDResync = inTurn({false, true, false, true, false});
+        script().remoteDiskErrHandling = inTurn({false, false, true, true, false});
         std::vector<std::vector<bool>> seen;
         onSleep([&](unsigned int) {
             seen.push_back(
                 {status.localDiskErrHandling, status.remoteMDResync, status.remoteDiskErrHandling});
         });
-        runPasses(status, 4, true);
+        runPasses(status, 5, true);
         EXPECT_EQ((std::vector<std::vector<bool>>{{true, false, false},
                                                   {false, true, false},
                                                   {false, false, true},
-                                                  {true, true, true}}),
+                                                  {true, true, true},
+                                                  {false, false, false}}),
                   seen);
         EXPECT_FALSE(status.localMDResync);
         EXPECT_FALSE(status.drbdConnected);

@@ -122,6 +122,17 @@ TEST(RemoteDiskWatch, diskCounts5ThenThreeQuietCyclesLeave2AndFiveLeaveNoEntry) 
     });
 }
 
+TEST(RemoteDiskWatch, countAboveOneIsLessByOneAndACountOfOneIsGoneAfterAQuietCycle) {
+    for (int count = 1; count <= 11; ++count) {
+        inOwnSystem([count] {
+            cycles(count, {"sda"});
+            quietCycles(1);
+            cycles(1, {"sda"});
+            EXPECT_EQ(sighting(count, "sda"), script().logLines.back());
+        });
+    }
+}
+
 TEST(RemoteDiskWatch, everyDiskDecaysAndOnesAreRemovedWithoutDisturbingTheOthers) {
     inOwnSystem([] {
         cycles(1, {"sda", "sdb", "sdc", "sdd"});

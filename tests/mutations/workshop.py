@@ -76,9 +76,18 @@ class Workshop:
         return built.stdout if built.returncode != 0 else None
 
     def failing_test(self):
+        """The first test that fails, and fails again when it is run alone: a test that the
+        machine was too busy for once has noticed nothing."""
+        for _ in range(3):
+            failed = self.first_failure()
+            if failed is None or self.first_failure("-R", f"^{re.escape(failed)}$"):
+                return failed
+        return None
+
+    def first_failure(self, *selection):
         tested = self.run(
             ["ctest", "--test-dir", "build/debug", "-L", "^daemon$", "--no-tests=error"]
-            + ["--stop-on-failure", "--timeout", str(SECONDS_FOR_A_TEST)],
+            + ["--stop-on-failure", "--timeout", str(SECONDS_FOR_A_TEST), *selection],
             SECONDS_FOR_A_BUILD,
         )
         if tested.returncode == 0:
