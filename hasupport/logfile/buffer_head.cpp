@@ -91,7 +91,7 @@ void BufferHeadWriter::setProgress(const BufferProgress& progress) {
     slot.check = checkOf(slot);
     // What follows in the program (a write to the file) may not be seen before this.
     std::memcpy(at_ + slotsAt + slot.generation % 2 * slotStride, &slot, sizeof slot);
-    std::atomic_thread_fence(std::memory_order_seq_cst);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
 void BufferHeadWriter::setIssued(std::uint64_t sequence) {

@@ -90,7 +90,7 @@ class PendingLines {
     const SlabUse& slabAt(std::size_t position) const { return slabs_.at(order_.at(position)); }
 
     void retireThrough(std::uint64_t sequence);
-    void retireIn(std::uint8_t slab, std::uint64_t sequence);
+    void retireIn(std::uint8_t number, std::uint64_t sequence);
     void forgetSlab(std::size_t position);
     void saveProgress();
 
