@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <fstream>
 #include <iterator>
@@ -47,7 +48,8 @@ int run(
         const int file = ::open(errorFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         ::dup2(file, STDERR_FILENO);
         prepare();
-        ::fexecve(program, const_cast<char* const*>(argv.data()), environ);
+        std::array<char*, 1> noEnvironment{};
+        ::fexecve(program, const_cast<char* const*>(argv.data()), noEnvironment.data());
         ::_exit(127);
     }
     int status = -1;
