@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <map>
@@ -89,9 +90,13 @@ TEST(MyRoutine, routineThatReturnsTrueAtOnceYieldsOneOnTheFirstQueryAndEverAfter
 TEST(MyRoutine, routineLongerThanTheWaitYieldsZeroAfterAboutOneSecondNotAtOnce) {
     Held held;
     MyRoutine routine(held.routine(true));
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_GE(timeOf([&] { EXPECT_EQ(0, routine.getState()); }), std::chrono::seconds(1));
+    Seconds shortest(100.0);  // of several: a busy machine may make any of them longer
+    for (int i = 0; i < 10 && shortest > Seconds(1.5); ++i) {
+        const Seconds wait = timeOf([&] { EXPECT_EQ(0, routine.getState()); });
+        EXPECT_GE(wait, Seconds(1.0));
+        shortest = std::min(shortest, wait);
     }
+    EXPECT_LT(shortest, Seconds(1.5));
     held.end();
     routine.join();
     EXPECT_EQ(1, routine.getState());
