@@ -63,8 +63,8 @@ def end(daemon):
     daemon.signal(15)
     daemon.ended()
     expect_equal(daemon.output(), "", "what it wrote to its standard streams")
-    for file in ("/var/log/ha/ha.daemon.log", "/run/notifications"):
-        daemon.node.remove(file)
+    daemon.node.forget_logs()
+    daemon.node.remove("/run/notifications")
     daemon.node.system_log.clear()
 
 

@@ -18,7 +18,7 @@ def runs_saying(node, first_line, through=()):
     daemon.signal(15)
     daemon.ended()
     expect(not daemon.output(), "nothing is written to the standard streams")
-    node.remove("/var/log/ha/ha.daemon.log")
+    node.forget_logs()
 
 
 def takes_strings(node):

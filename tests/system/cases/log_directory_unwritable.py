@@ -58,6 +58,7 @@ def goes_on(node1, node2, break_it, mend_it, reason):
     daemon.ended()
     expect_equal(daemon.output(), "", "what it wrote to its standard streams")
     node1.run("umount", "/var/log/ha")
+    node1.forget_logs()
     node1.system_log.clear()
     node1.remove(flag)
 

@@ -78,6 +78,13 @@ class Node:
         else:
             file.unlink(missing_ok=True)
 
+    def forget_logs(self):
+        """Both log files, and what waits in memory to be written to them."""
+        for directory in ("/var/log/ha", "/run/koraha"):
+            for file in Path(self.path(directory)).glob("*"):
+                if file.name.startswith("ha.daemon"):
+                    file.unlink()
+
     # Processes.
 
     def enter(self, *kinds):
