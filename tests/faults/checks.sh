@@ -89,8 +89,8 @@ start_daemon() {
     shift
     node_run "$node" rm -f /run/exit
     # shellcheck disable=SC2016 # expanded inside the node
-    node_run "$node" setsid bash -c '
-        "$@" /mnt/build/bin/koraharemotemond 10.77.1.1 10.77.1.2 lo \
+    node_run "$node" env daemon_at="${daemon_at:-$bin/koraharemotemond}" setsid bash -c '
+        "$@" "$daemon_at" 10.77.1.1 10.77.1.2 lo \
             < /dev/null > /run/daemon.out 2>&1
         echo $? > /run/exit' daemon "$@" < /dev/null > /dev/null 2>&1 &
 }
