@@ -99,7 +99,6 @@ daemon_pid() { node_run "$1" pgrep -x koraharemotemon; }
 has_ended() { node_run "$1" test -s /run/exit; }
 ended_with() { [ "$(node_run "$1" cat /run/exit 2> /dev/null)" = "$2" ]; }
 answers() { node_run "$1" "$bin/korahamonctl" status --json; }
-has_answered() { answers "$1" | grep -q '"remoteAlive":true'; }
 told() { node_run "$1" grep -qF -- "$2" /run/system-log; }
 
 # stop_daemon NODE: and waits for its end.

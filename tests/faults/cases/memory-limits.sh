@@ -1,5 +1,5 @@
 # Memory lock limits of an ordinary user. What the daemon makes of each is in docs/failures.md.
-# shellcheck shell=bash disable=SC2154
+# shellcheck shell=bash disable=SC2154,SC2016
 
 # In a user namespace root is an ordinary user already, as far as locked memory is concerned.
 ordinary=()
@@ -46,6 +46,10 @@ try_limit() {
 }
 
 limits=(0 2048 6144 6656 7168 7424 7680 7936 8192)
+# More than most users may ask for: where root may raise limits, these are tried, too.
+for limit in 8704 9216 10240 16384; do
+    ! prlimit --memlock=$((limit * 1024)) true 2> /dev/null || limits+=("$limit")
+done
 for limit in "${limits[@]}"; do
     try_limit "$limit"
 done

@@ -1,6 +1,6 @@
 # No thread to be had for one routine after the other: the daemon says whose, ends the others and
 # itself, with 1.
-# shellcheck shell=bash disable=SC2154
+# shellcheck shell=bash disable=SC2154,SC2016
 
 routines=(logHandler recordSystemInfo server busyFlagControl nonBlockCheck mayBlockCheck monitorEnv
     daemonDataServer)
