@@ -1,18 +1,48 @@
 #include "hasupport/peer/forced_restart.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
+#include <cstdint>
+#include <ctime>
+#include <utility>
 
 namespace KORA::HA::Daemon::support {
 namespace {
 
-void sleepFor(time_t seconds) {
-    timespec left{seconds, 0};
-    while (::nanosleep(&left, &left) != 0) {
+constexpr std::int64_t thousand = 1000;
+
+std::int64_t millisecondsNow() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * thousand + now.tv_nsec / (thousand * thousand);
+}
+
+void sleepUntil(std::int64_t end) {
+    for (auto left = end - millisecondsNow(); left > 0; left = end - millisecondsNow()) {
+        ::poll(nullptr, 0, static_cast<int>(left));
     }
+}
+
+/// Waits; true when cancelled meanwhile. That the daemon ends, and its handle with it, cancels
+/// nothing.
+bool isCancelledUntil(std::int64_t end, int handle) {
+    for (auto left = end - millisecondsNow(); left > 0; left = end - millisecondsNow()) {
+        pollfd waiting{handle, POLLIN, 0};
+        if (::poll(&waiting, 1, static_cast<int>(left)) == 1) {
+            char letter = 0;
+            if (::recv(handle, &letter, 1, MSG_DONTWAIT) == 1) {
+                return true;
+            }
+            sleepUntil(end);
+        }
+    }
+    return false;
 }
 
 void writeTo(const char* path, const char* letter) {
@@ -26,21 +56,24 @@ void writeTo(const char* path, const char* letter) {
 // Runs in a child that shares nothing with the daemon but its memory's content: only calls that are
 // safe after a fork, no disk, no lock. The service manager kills what is left in the daemon's
 // control group, so the child leaves it.
-[[noreturn]] void forceLater(const ForcedRestart& restart) {
+[[noreturn]] void forceLater(const ForcedRestart& restart, int handle) {
     ::setsid();
     sigset_t all;
     ::sigfillset(&all);
     ::sigprocmask(SIG_BLOCK, &all, nullptr);
     writeTo("/sys/fs/cgroup/cgroup.procs", "0");
-    ::close_range(0, ~0U, 0);
-    sleepFor(restart.after);
+    ::dup2(handle, 0);
+    ::close_range(1, ~0U, 0);
+    if (isCancelledUntil(millisecondsNow() + restart.after * thousand, 0)) {
+        ::_exit(0);
+    }
     // The kernel flushes every disk's cache on the way down and would wait for a hanging one as
     // long as its error handler works: hours, where each step has minutes.
     if (::fork() == 0) {
         restart.shutDown();
         ::_exit(1);
     }
-    sleepFor(restart.patience);
+    sleepUntil(millisecondsNow() + restart.patience * thousand);
     writeTo(restart.trigger, "b");
     ::_exit(1);
 }
@@ -49,17 +82,30 @@ void writeTo(const char* path, const char* letter) {
 
 // Forked twice, so that nobody has to wait for the grandchild. This is the one place that forks
 // instead of spawning: a program would have to be read from a disk that may hang.
-bool startForcedRestart(const ForcedRestart& restart) {
+UniqueFd startForcedRestart(const ForcedRestart& restart) {
+    std::array<int, 2> ends{-1, -1};
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        return {};
+    }
+    UniqueFd ours(ends[0]);
+    const UniqueFd theirs(ends[1]);
     const pid_t child = ::fork();
     if (child == 0) {
         const pid_t grandchild = ::fork();
         if (grandchild == 0) {
-            forceLater(restart);
+            forceLater(restart, theirs.get());
         }
         ::_exit(grandchild > 0 ? 0 : 1);
     }
     int status = 1;
-    return child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
+    const bool started = child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
+    return started ? std::move(ours) : UniqueFd();
+}
+
+void cancelForcedRestart(const UniqueFd& handle) {
+    if (handle) {
+        [[maybe_unused]] const ssize_t ignored = ::send(handle.get(), "x", 1, MSG_NOSIGNAL);
+    }
 }
 
 }  // namespace KORA::HA::Daemon::support

@@ -2,6 +2,8 @@
 
 #include <ctime>
 
+#include "hasupport/io/unique_fd.h"
+
 namespace KORA::HA::Daemon::support {
 
 /// How a machine restarts that can no longer restart in order.
@@ -13,7 +15,10 @@ struct ForcedRestart {
 };
 
 /// Starts a process of its own that carries it out whatever happens to this one and to its disks.
-/// False when it could not be started.
-bool startForcedRestart(const ForcedRestart& restart);
+/// The handle to cancel it with; none when it could not be started.
+UniqueFd startForcedRestart(const ForcedRestart& restart);
+
+/// Ends a forced restart that still leaves time to the orderly one.
+void cancelForcedRestart(const UniqueFd& handle);
 
 }  // namespace KORA::HA::Daemon::support

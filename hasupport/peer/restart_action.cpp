@@ -45,7 +45,11 @@ bool startProgram(const std::vector<std::string>& words) {
 
 class SystemRestart : public RestartAction {
   public:
-    bool armForced() override { return startForcedRestart(forcedRestart); }
+    bool armForced() override {
+        armed_ = startForcedRestart(forcedRestart);
+        return static_cast<bool>(armed_);
+    }
+    void disarm() override { cancelForcedRestart(armed_); }
 
     bool startOrderly() override {
         if (::access("/run/systemd/system", F_OK) == 0) {
@@ -62,6 +66,9 @@ class SystemRestart : public RestartAction {
             log->writeLogToDisk();
         }
     }
+
+  private:
+    UniqueFd armed_;
 };
 
 /// Where a command stands for the restart, nothing else may restart the machine.

@@ -17,6 +17,8 @@ class RestartAction {
     /// Makes sure that the machine restarts within a minute whatever happens to this process and to
     /// its disks. False when that cannot be promised.
     virtual bool armForced() = 0;
+    /// Takes the promise back.
+    virtual void disarm() = 0;
     /// Starts the orderly restart and does not wait for it.
     virtual bool startOrderly() = 0;
     /// Leaves the reason where it outlives the restart: daemon log, system log, kernel log.

@@ -39,7 +39,8 @@ RestartVerdict inability(const std::string& reason) {
     return {false, reason, true};
 }
 
-RestartVerdict decide(const std::string& why) {
+/// Arms before it writes: where the disk of the stamp hangs, the machine restarts all the same.
+RestartVerdict decide(const std::string& why, bool& armed) {
     const std::lock_guard lock(decision());
     if (AskingForRestart::now() || restartAskedWithin(crossing)) {
         return refusal("this node asks for the peer's restart itself");
@@ -51,15 +52,16 @@ RestartVerdict decide(const std::string& why) {
     if (last.stamp && last.stamp->age() < obeyPause) {
         return refusal("this node restarted at the peer's request less than 10 minutes ago");
     }
+    armed = restartAction().armForced();
     if (!writeStamp(obeyedStampPath(), RestartStamp::now(why, "obeyed"))) {
+        restartAction().disarm();
         return inability("the stamp of the restart cannot be written");
     }
     return {true, {}, false};
 }
 
-RestartVerdict carryOut(const std::string& why) {
+RestartVerdict carryOut(const std::string& why, bool armed) {
     RestartAction& action = restartAction();
-    const bool armed = action.armForced();
     action.tell("restarting at the peer's request: " + why);
     const bool started = action.startOrderly();
     if (armed || started) {
@@ -88,9 +90,10 @@ bool isAboutToRestart() {
 
 RestartVerdict obeyRestart(const std::string& why) {
     const std::string reason = printable(why);
-    RestartVerdict verdict = decide(reason);
+    bool armed = false;
+    RestartVerdict verdict = decide(reason, armed);
     if (verdict.accepted) {
-        verdict = carryOut(reason);
+        verdict = carryOut(reason, armed);
     }
     static constinit TellingRate rate;
     if (!verdict.accepted && rate.allows()) {

@@ -75,6 +75,22 @@ TEST_F(ForcedRestartTest, LeavesTimeForTheOrderlyRestart) {
     EXPECT_GE(Clock::now() - began, std::chrono::seconds(1));
 }
 
+TEST_F(ForcedRestartTest, EndsWhenCancelled) {
+    const UniqueFd handle = startForcedRestart({3600, 0, shutDown, trigger_.c_str()});
+    ASSERT_TRUE(handle);
+    cancelForcedRestart(handle);
+    pollfd waiting{handle.get(), POLLIN, 0};
+    ASSERT_EQ(::poll(&waiting, 1, 60'000), 1) << "its process is gone";
+    EXPECT_NE(::access(marker.c_str(), F_OK), 0);
+    char letter = 0;
+    EXPECT_LE(::read(reader_, &letter, 1), 0) << "nothing was triggered";
+}
+
+TEST_F(ForcedRestartTest, OutlivesItsHandle) {
+    startForcedRestart({1, 0, shutDown, trigger_.c_str()}).reset();
+    EXPECT_EQ(triggered(), "b");
+}
+
 TEST_F(ForcedRestartTest, LeavesNothingToWaitFor) {
     ASSERT_TRUE(startForcedRestart({0, 0, shutDown, trigger_.c_str()}));
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);

@@ -15,6 +15,7 @@ class RecordedRestart : public KORA::HA::Daemon::support::RestartAction {
     ~RecordedRestart() override { KORA::HA::Daemon::support::TEST_replaceRestartAction(nullptr); }
 
     bool armForced() override { return note("arm", arms); }
+    void disarm() override { note("disarm", true); }
     bool startOrderly() override { return note("start", starts); }
     void tell(const std::string& reason) override { note("tell " + reason, true); }
 
