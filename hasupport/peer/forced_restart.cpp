@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>  // program_invocation_name
 #include <csignal>
 #include <cstdint>
 #include <ctime>
@@ -53,6 +54,12 @@ void writeTo(const char* path, const char* letter) {
     }
 }
 
+// A machine on its way down kills every process that is left, but for one of root whose name begins
+// like this: and the hanging disk is waited for only after that.
+void outliveShutdown() {
+    program_invocation_name[0] = '@';
+}
+
 // Runs in a child that shares nothing with the daemon but its memory's content: only calls that are
 // safe after a fork, no disk, no lock. The service manager kills what is left in the daemon's
 // control group, so the child leaves it.
@@ -62,6 +69,7 @@ void writeTo(const char* path, const char* letter) {
     ::sigfillset(&all);
     ::sigprocmask(SIG_BLOCK, &all, nullptr);
     writeTo("/sys/fs/cgroup/cgroup.procs", "0");
+    outliveShutdown();
     ::dup2(handle, 0);
     ::close_range(1, ~0U, 0);
     if (isCancelledUntil(millisecondsNow() + restart.after * thousand, 0)) {

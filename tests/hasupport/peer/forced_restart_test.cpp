@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <fstream>
 #include <string>
 
 #include "tests/support/scratch_dir.h"
@@ -89,6 +90,20 @@ TEST_F(ForcedRestartTest, EndsWhenCancelled) {
 TEST_F(ForcedRestartTest, OutlivesItsHandle) {
     startForcedRestart({1, 0, shutDown, trigger_.c_str()}).reset();
     EXPECT_EQ(triggered(), "b");
+}
+
+// Shutting down is asked how the process that it runs in is called.
+void noteOwnName() {
+    std::ofstream(marker) << std::ifstream("/proc/self/cmdline").rdbuf();
+}
+
+TEST_F(ForcedRestartTest, IsNamedLikeWhatAShutdownDoesNotKill) {
+    ASSERT_TRUE(startForcedRestart({0, 2, noteOwnName, trigger_.c_str()}));
+    EXPECT_EQ(triggered(), "b");
+    std::string name;
+    std::ifstream(marker) >> name;
+    EXPECT_EQ(name.substr(0, 1), "@");
+    EXPECT_NE(program_invocation_name[0], '@');
 }
 
 TEST_F(ForcedRestartTest, LeavesNothingToWaitFor) {
