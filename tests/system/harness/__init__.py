@@ -1,10 +1,10 @@
 """What the cases are written with: nodes, daemons on them, and checks."""
 
 from .checks import CaseFailed, eventually, expect, expect_equal
-from .daemon import CONFIGURATION, DAEMON_LOG, PROGRAM, SHORT_INTERVALS, STATUS_SOCKET, Daemon
-from .daemon import has_sanitizer
+from .daemon import CONFIGURATION, DAEMON_LOG, IS_ROOT, PROGRAM, SHORT_INTERVALS, STATUS_SOCKET
+from .daemon import Daemon, has_sanitizer
 from .hostile import hostile_service
-from .node import CLUSTER_TOOL, IS_ROOT, Node, copy_key, join, joined_nodes, nodes, one_node
+from .node import CLUSTER_TOOL, Node, copy_key, join, joined_nodes, nodes, one_node
 from .system_log import LOG_ERR, LOG_USER, SystemLogLine
 
 __all__ = [

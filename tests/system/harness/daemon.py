@@ -26,6 +26,9 @@ SHORT_INTERVALS = {
     "NUM_OF_REST_MON_PKT_DROP": 0,
 }
 
+# Root of this machine, and not just of a user namespace.
+IS_ROOT = Path("/proc/self/uid_map").read_text().split()[:2] == ["0", "0"]
+
 
 class Daemon:
     """`settings` become the configuration file; None leaves that file as it is. `through` are words
@@ -148,5 +151,5 @@ def environment():
 def limit():
     """Runs in the child: no core files, and memory that either locks or cleanly does not."""
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-    if os.geteuid() != 0:
+    if not IS_ROOT:
         resource.setrlimit(resource.RLIMIT_MEMLOCK, (0, 0))

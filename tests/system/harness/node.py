@@ -14,7 +14,6 @@ from .socket_maker import SocketMaker
 from .system_log import SystemLog
 
 HERE = Path(__file__).resolve().parent
-IS_ROOT = os.geteuid() == 0
 PEER_KEY = "/var/lib/ha/peer.key"
 CLUSTER_TOOL = "/var/packages/Twinhold/target/sbin/koraha"
 
@@ -25,7 +24,7 @@ class Node:
         self.address = f"10.77.0.{self.number}"
         self.daemons = []
         self._sockets = None
-        self.keep = tempfile.mkdtemp(prefix="koraha-system.")
+        self.keep = tempfile.mkdtemp(prefix="node.")
         shutil.copy(HERE.parents[1] / "tsan.suppressions", self.keep)
         (Path(self.keep) / name).mkdir()
         (Path(self.keep) / "build").mkdir()
@@ -35,8 +34,7 @@ class Node:
         self.system_log = SystemLog(self.path("/dev/log"))
 
     def _unshare(self, build):
-        user = [] if IS_ROOT else ["--user", "--map-root-user"]
-        flags = ["--net", "--mount", "--pid", "--ipc", "--uts", "--fork", "--kill-child", *user]
+        flags = ["--net", "--mount", "--pid", "--ipc", "--uts", "--fork", "--kill-child"]
         script = '. "$1"; node_init "$2" "$3" "$4"'
         names = [HERE.parent / "node_init.sh", self.name, self.keep, Path(build).resolve()]
         return subprocess.Popen(["unshare", *flags, "bash", "-c", script, "bash", *names])
@@ -90,8 +88,7 @@ class Node:
     def enter(self, *kinds):
         """The words before a command that is to run in some of the node's namespaces."""
         flags = [f"--{kind}" for kind in kinds or ("net", "mount", "pid", "ipc", "uts")]
-        user = [] if IS_ROOT else ["--user", "--preserve-credentials"]
-        return ["nsenter", "--target", str(self.inner), *flags, *user]
+        return ["nsenter", "--target", str(self.inner), *flags]
 
     def run(self, *command):
         done = subprocess.run(
