@@ -76,7 +76,9 @@ std::string listing(const std::string& root) {
         text += entryLine(root + directory, directory);
         const auto names = listDirectory(root + directory);
         for (const std::string& name : names.value_or(std::vector<std::string>())) {
-            text += entryLine(root + directory + "/" + name, directory + "/" + name);
+            std::string path = directory;
+            path.append("/").append(name);
+            text += entryLine(root + path, path);
         }
     }
     return text;

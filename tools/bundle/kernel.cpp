@@ -22,7 +22,7 @@ class PathTaker {
     }
     void takeAll(const std::string& directory, const char* prefix = "") const {
         for (const std::string& name : names(directory, prefix)) {
-            take(directory + "/" + name);
+            take(std::string(directory).append("/").append(name));
         }
     }
     std::vector<std::string> names(const std::string& directory, const char* prefix = "") const {
@@ -50,7 +50,7 @@ void takeArray(const PathTaker& paths, const std::string& array) {
         paths.take(array + "/" + fact);
     }
     for (const std::string& member : paths.names(array, "dev-")) {
-        paths.take(array + "/" + member + "/state");
+        paths.take(std::string(array).append("/").append(member).append("/state"));
     }
 }
 
