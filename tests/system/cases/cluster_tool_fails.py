@@ -1,5 +1,5 @@
-"""A cluster tool that is missing or cannot be run: the notification has failed, which is logged, and
-the next fresh sample tries again. One that runs and fails, or is killed, has been told."""
+"""A cluster tool that is missing or cannot be run: the notification has failed, which is logged,
+and the next fresh sample tries again. One that runs and fails, or is killed, has been told."""
 
 from harness import CLUSTER_TOOL, SHORT_INTERVALS, eventually, expect, expect_equal
 from harness import joined_nodes
@@ -41,7 +41,7 @@ def unrunnable(node, what, text, mode, reason):
     daemon = node.daemon(settings=ALWAYS_SLOW).serves()
     eventually(f"each fresh sample tries a tool that is {what}", lambda: len(judged(daemon)) >= 6)
     lines = judged(daemon)
-    expect(all(SLOW in line for line in lines[0::2]), f"every other line tells the latency: {lines}")
+    expect(all(SLOW in line for line in lines[0::2]), f"every other line is the latency: {lines}")
     expect(all(line == NOT_SENT for line in lines[1::2]), f"the others the failure: {lines}")
     told = f"libkoracore: cannot run {CLUSTER_TOOL}: {reason}"
     expect_equal(node.system_log.count(told), 1, f"how often the system log says {told}")

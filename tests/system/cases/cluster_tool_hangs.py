@@ -12,7 +12,12 @@ ALWAYS_SLOW = {
 }
 SLOW = "koraharemotemond:331 [Latency Fail] Heartbeat too slow: "
 NOT_SENT = "koraharemotemond:337 Failed to send notify when hearbeat latency slow"
-HANGING = "#!/bin/sh\ntrap '' TERM INT HUP\necho run >> /run/notifications\nsleep 5000 &\nsleep 5001\n"
+HANGING = """#!/bin/sh
+trap '' TERM INT HUP
+echo run >> /run/notifications
+sleep 5000 &
+sleep 5001
+"""
 
 
 def sleepers(node):

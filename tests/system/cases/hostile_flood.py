@@ -1,5 +1,5 @@
-"""Thousands of hostile exchanges, as a service and as a client of the daemon's own ports: its memory
-does not grow, no descriptor is left behind, and it serves as before."""
+"""Thousands of hostile exchanges, as a service and as a client of the daemon's own ports: its
+memory does not grow, no descriptor is left behind, and it serves as before."""
 
 import contextlib
 import os

@@ -1,5 +1,5 @@
-"""A disk of the peer stays under error handling: this node asks the peer to restart, the peer proves
-itself by the key and runs the command that restarts it, once. The machine itself goes on."""
+"""A disk of the peer stays under error handling: this node asks the peer to restart, and proves
+itself by the key; the peer runs the command that restarts it, once. The machine itself goes on."""
 
 import json
 from pathlib import Path

@@ -1,8 +1,21 @@
 """A daemon that finds all in order starts without a word to the system log or its standard
 streams, lowers the busy flag, and serves."""
 
-from harness import IS_ROOT, SHORT_INTERVALS, SystemLogLine, eventually, expect_equal, joined_nodes
-from harness import LOG_ERR, LOG_USER, copy_key
+import os
+import stat
+
+from harness import (
+    IS_ROOT,
+    LOG_ERR,
+    LOG_USER,
+    SHORT_INTERVALS,
+    STATUS_SOCKET,
+    SystemLogLine,
+    copy_key,
+    eventually,
+    expect_equal,
+    joined_nodes,
+)
 
 BUSY_FLAG = "/tmp/ha/ha_remote_busy"
 FIRST_LINES = [
@@ -33,6 +46,10 @@ def case(build):
         )
         eventually("the first lines are on disk", lambda: daemon.log() == FIRST_LINES)
         expect_equal(node1.read(BUSY_FLAG), "", "the new flag's content")
+        for door in (STATUS_SOCKET, "/run/koraha/server.sock"):
+            expect_equal(daemon.ask(door=door)["pid"], daemon.status()["pid"], f"who serves {door}")
+            mode = stat.S_IMODE(os.stat(node1.path(door)).st_mode)
+            expect_equal(mode, 0o660, f"the mode of {door}")
         expect_equal(
             node1.system_log.lines(), [] if IS_ROOT else [NOT_LOCKED], "what the system log got"
         )

@@ -1,4 +1,8 @@
-"""What the cases are written with: nodes, daemons on them, and checks."""
+"""What the cases are written with: nodes, daemons on them, and checks.
+
+A case is a file in cases/ with a function case(build). It may say TAKES_SECONDS, so that it is
+started early, and NOT_WITH_SANITIZERS with the reason. At its end every daemon that was not seen to
+end must still run, and none may have written to its standard streams."""
 
 from .checks import CaseFailed, eventually, expect, expect_equal
 from .daemon import CONFIGURATION, DAEMON_LOG, IS_ROOT, PROGRAM, SHORT_INTERVALS, STATUS_SOCKET

@@ -94,10 +94,10 @@ class Daemon:
         lines = self.node.read(DAEMON_LOG).splitlines()
         return [line.split(" ", 1)[1] if " " in line else line for line in lines]
 
-    def ask(self, request="status"):
+    def ask(self, request="status", door=STATUS_SOCKET):
         with socket.socket(socket.AF_UNIX) as client:
             client.settimeout(30)
-            client.connect(self.node.path(STATUS_SOCKET))
+            client.connect(self.node.path(door))
             client.sendall(json.dumps({"request": request}).encode() + b"\n")
             with client.makefile("rb") as replies:
                 return json.loads(replies.readline())
