@@ -1,3 +1,6 @@
+// parser: hasupport/logfile/leftover_lines.cpp
+// parser: hasupport/logfile/line_record.cpp without putRecord retireRecord storeMark
+// parser: hasupport/logfile/buffer_head.cpp without begin setProgress setIssued
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -75,7 +78,7 @@ void check(const Buffer& buffer) {
     const std::array<std::string_view, slabs> views{buffer.memory[0], buffer.memory[1],
                                                     buffer.memory[2]};
     const LeftoverLines left = parseLeftoverLines(buffer.head, views);
-    require(left.count <= slabs && left.highest <= largestSequence);
+    require(left.count <= slabs && left.highest <= largestLeftSequence);
     require(left.progress.consumed <= left.highest);
     require(!left.progress.flight || left.progress.flight->through > left.progress.consumed);
     std::uint64_t before = left.progress.consumed;

@@ -1,3 +1,4 @@
+// parser: hasupport/logfile/written_part.cpp
 #include "fuzz/fuzz_input.h"
 #include "hasupport/logfile/written_part.h"
 

@@ -119,6 +119,10 @@ BufferFile openBufferFile(const BufferPlace& place, const std::string& name) {
     return file;
 }
 
+void removeBuffer(const BufferPlace& place, const std::string& name) {
+    ::unlink((place.directory + "/" + name).c_str());
+}
+
 bool setBufferAside(const BufferPlace& place, const std::string& name, unsigned version) {
     const std::string from = place.directory + "/" + name;
     const std::string to = from + ".version-" + std::to_string(version);

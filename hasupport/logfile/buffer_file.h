@@ -32,6 +32,9 @@ std::string bufferName(const std::string& path);
 /// a directory that only this user can write to; never through a link. Waits for nobody.
 BufferFile openBufferFile(const BufferPlace& place, const std::string& name);
 
+/// Removes a locked buffer.
+void removeBuffer(const BufferPlace& place, const std::string& name);
+
 /// Gives a locked buffer another name, so that what it holds stays there. False when it could not.
 bool setBufferAside(const BufferPlace& place, const std::string& name, unsigned version);
 

@@ -39,8 +39,9 @@ Value valueAt(std::string_view bytes, std::size_t at) {
 
 bool isSound(const Slot& slot) {
     return slot.check == checkOf(slot) && slot.generation > 0 &&
-           slot.generation <= largestSequence && slot.consumed <= largestSequence &&
-           slot.through <= largestSequence && (slot.through == 0 || slot.through > slot.consumed);
+           slot.generation <= largestLeftSequence && slot.consumed <= largestLeftSequence &&
+           slot.through <= largestLeftSequence &&
+           (slot.through == 0 || slot.through > slot.consumed);
 }
 
 void findProgress(std::string_view head, BufferHead& found) {
@@ -66,7 +67,7 @@ BufferHead parseBufferHead(std::string_view head) {
     found.version = valueAt<std::uint32_t>(head, versionAt);
     if (found.version == bufferVersion) {
         const auto issued = valueAt<std::uint64_t>(head, issuedAt);
-        found.issued = issued <= largestSequence ? issued : 0;
+        found.issued = issued <= largestLeftSequence ? issued : 0;
         findProgress(head, found);
     }
     return found;

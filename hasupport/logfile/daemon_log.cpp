@@ -28,6 +28,16 @@ class DaemonLog::Impl {
     Impl(std::string directory, const std::string& fileName)
         : file_(std::move(directory), fileName) {}
 
+    /// The daemon's logs are never deleted; one that is leaves no buffer without lines behind.
+    ~Impl() {
+        const std::lock_guard lock(linesMutex_);
+        if (lines_.outlives() && lines_.isDone() && lines_.untold() == 0) {
+            support::removeBuffer(support::bufferPlace(), support::bufferName(file_.path()));
+        }
+    }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
     void set(const std::string& line) {
         const std::lock_guard lock(linesMutex_);
         try {
@@ -46,10 +56,11 @@ class DaemonLog::Impl {
         const std::lock_guard fileLock(fileMutex_);
         const int error = writeWhatWaits();
         if (error != 0) {
-            failure_.raise(file_.path() + " cannot be written: " + std::strerror(error));
+            failure_.raise("a log cannot be written: " + file_.path() + ": " +
+                           std::strerror(error));
             return false;
         }
-        failure_.clear(file_.path() + " can be written again");
+        failure_.clear("a log can be written again: " + file_.path());
         return true;
     }
 
@@ -95,7 +106,7 @@ class DaemonLog::Impl {
         }
         const int error = support::LogWriter(file_, lines_, linesMutex_).write();
         const std::lock_guard lock(linesMutex_);
-        if (taken && lines_.isEmpty() && !lines_.flight()) {
+        if (taken && lines_.isDone()) {
             taken->lose(lines_.untold());
             lines_ = std::move(*taken);
         }
@@ -104,10 +115,12 @@ class DaemonLog::Impl {
 
     /// Tries again for the buffer where the lines lie in the memory of this process alone.
     std::optional<support::PendingLines> retakeBuffer() {
-        const std::lock_guard lock(linesMutex_);
-        takeBufferOnce();
-        if (lines_.outlives()) {
-            return std::nullopt;
+        {
+            const std::lock_guard lock(linesMutex_);
+            takeBufferOnce();
+            if (lines_.outlives()) {
+                return std::nullopt;
+            }
         }
         auto buffer = takeBuffer();
         return buffer ? std::optional(support::PendingLines(std::move(*buffer))) : std::nullopt;
@@ -128,7 +141,7 @@ class DaemonLog::Impl {
 
     std::mutex linesMutex_;  // guards what follows; held for a copy, never for a disk
     support::PendingLines lines_;
-    support::BufferTrouble trouble_;
+    support::BufferTrouble trouble_;  // after the first use: of the thread that flushes
     bool tried_ = false;
     std::string scratch_;
 };

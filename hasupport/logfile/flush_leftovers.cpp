@@ -22,7 +22,7 @@ FlushOutcome flushLeftovers(const BufferPlace& place, const std::string& directo
         return {trouble.busy ? Result::inUse : Result::failed, trouble.text};
     }
     PendingLines lines(std::move(*buffer));
-    if (lines.isEmpty() && !lines.flight()) {
+    if (lines.isDone()) {
         return {Result::nothingLeft, {}};
     }
     std::mutex nobodyElses;

@@ -12,6 +12,9 @@ SlabUse useOf(std::string_view slab, std::uint64_t consumed, std::uint64_t& high
     SlabUse use;
     LineRecord record;
     for (std::size_t at = 0; nextRecord(slab, at, record); at = record.end) {
+        if (record.sequence > largestLeftSequence) {
+            continue;
+        }
         highest = std::max(highest, record.sequence);
         if (record.waiting && record.sequence > std::max(consumed, use.last)) {
             if (use.first == 0) {

@@ -73,9 +73,9 @@ void appendLossLine(std::string& out, std::string_view next, std::uint64_t lost)
     if (next.size() >= stampSize && next.substr(stampSize - 2, 2) == "Z ") {
         out.append(next.substr(0, stampSize));
     }
-    out.append("libkorahadaemon: ")
+    out.append("libkorahadaemon: older lines were lost, the log could not be written in time: ")
         .append(std::to_string(lost))
-        .append(" older lines were lost, the log could not be written in time\n");
+        .append("\n");
 }
 
 }  // namespace KORA::HA::Daemon::support

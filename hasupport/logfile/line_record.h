@@ -6,7 +6,9 @@
 
 namespace KORA::HA::Daemon::support {
 
-/// Numbers from 1 on; what is larger than this was never given out.
+/// Numbers from 1 on. Nobody logs this many lines, so a larger one in a left-over buffer is damage.
+inline constexpr std::uint64_t largestLeftSequence = std::uint64_t{1} << 61U;
+/// No number at all is larger than this.
 inline constexpr std::uint64_t largestSequence = std::uint64_t{1} << 62U;
 
 /// Bytes that a record takes besides its text, at most: its head.

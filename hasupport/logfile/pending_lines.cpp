@@ -1,6 +1,7 @@
 #include "hasupport/logfile/pending_lines.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -10,6 +11,7 @@ namespace KORA::HA::Daemon::support {
 namespace {
 
 constexpr std::size_t batchLimit = std::size_t{32} << 10U;
+constexpr std::uint64_t absurdSequence = largestLeftSequence / 2;
 
 }  // namespace
 
@@ -175,6 +177,22 @@ void PendingLines::advance(std::size_t bytes) {
     progress_.flight.reset();
     saveProgress();
     retireThrough(progress_.consumed);
+    if (count_ == 0 && next_ > absurdSequence) {
+        numberAfresh();
+    }
+}
+
+// The numbers came from a buffer that someone has tampered with: a next start would not believe
+// those behind them.
+void PendingLines::numberAfresh() {
+    for (std::size_t i = 0; i < slabCount && buffer_.slab(i) != nullptr; ++i) {
+        std::memset(buffer_.slab(i), 0, LineBuffer::slabSize(i));
+    }
+    head_.begin();
+    head_ = BufferHeadWriter(buffer_.head());
+    progress_ = {};
+    next_ = 1;
+    saveProgress();
 }
 
 void PendingLines::retireThrough(std::uint64_t sequence) {

@@ -58,6 +58,9 @@ class PendingLines {
     /// way any more.
     void advance(std::size_t bytes);
 
+    /// No line waits, and none is on its way.
+    bool isDone() const { return count_ == 0 && !progress_.flight; }
+
     /// Gives memory back that the lines no longer need.
     void giveBack();
     /// Lines lost that no batch has told of yet, because none came after them.
@@ -92,6 +95,7 @@ class PendingLines {
     void retireThrough(std::uint64_t sequence);
     void retireIn(std::uint8_t number, std::uint64_t sequence);
     void forgetSlab(std::size_t position);
+    void numberAfresh();
     void saveProgress();
 
     LineBuffer buffer_;

@@ -81,13 +81,13 @@ TEST_F(BufferHeadTest, BelievesNoDamagedSlot) {
 }
 
 TEST_F(BufferHeadTest, BelievesNoAbsurdNumbers) {
-    writer_.setProgress({largestSequence + 1, std::nullopt});
+    writer_.setProgress({largestLeftSequence + 1, std::nullopt});
     EXPECT_EQ(parse().progress, std::nullopt);
     writer_.setProgress({5, Flight{5, {}}});
     EXPECT_EQ(parse().progress, std::nullopt);
-    writer_.setProgress({5, Flight{largestSequence + 1, {}}});
+    writer_.setProgress({5, Flight{largestLeftSequence + 1, {}}});
     EXPECT_EQ(parse().progress, std::nullopt);
-    writer_.setIssued(largestSequence + 1);
+    writer_.setIssued(largestLeftSequence + 1);
     EXPECT_EQ(parse().issued, 0U);
     BufferHeadWriter last(memory_.data(), ~std::uint64_t{0} - 1);
     last.setProgress(second);

@@ -114,6 +114,13 @@ TEST_F(DaemonLogTest, AStartThatLogsNothingDisturbsNothing) {
     EXPECT_THAT(lines(), ElementsAre("left"));
 }
 
+TEST_F(DaemonLogTest, LeavesNoBufferBehindWhenAllIsWritten) {
+    makeLog()->set("left");
+    EXPECT_TRUE(exists(bufferPath()));
+    EXPECT_TRUE(makeLog()->writeLogToDisk());
+    EXPECT_FALSE(exists(bufferPath()));
+}
+
 TEST_F(DaemonLogTest, LogsOfDifferentFilesKeepApart) {
     DaemonLog first(logDirectory(), "/test.log");
     DaemonLog second(logDirectory(), "/test.record");

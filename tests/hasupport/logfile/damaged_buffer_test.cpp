@@ -15,6 +15,7 @@
 namespace KORA::HA::Daemon {
 namespace {
 
+using koraha::test::lossLine;
 using koraha::test::Texts;
 using koraha::test::withoutStamps;
 using testing::Contains;
@@ -60,10 +61,6 @@ class DamagedBufferTest : public koraha::test::LogPlaces {
         lines.insert(lines.end(), {"new 1", "new 2"});
         return lines;
     }
-    static std::string told(int lost) {
-        return "libkorahadaemon: " + std::to_string(lost) +
-               " older lines were lost, the log could not be written in time";
-    }
 };
 
 TEST_F(DamagedBufferTest, OfOneTornLineOnlyThatOneIsLostAndTold) {
@@ -72,7 +69,7 @@ TEST_F(DamagedBufferTest, OfOneTornLineOnlyThatOneIsLostAndTold) {
     bytes.at(bytes.find("line 7\n")) = '#';
     replaceBuffer(bytes);
     Texts expected = numbered(1, 6);
-    expected.push_back(told(1));
+    expected.push_back(lossLine(1));
     for (const std::string& line : numbered(8, 20)) {
         expected.push_back(line);
     }
@@ -109,6 +106,9 @@ TEST_F(DamagedBufferTest, OfAnOverlongOneNothingIsLost) {
     leaveLines(30);
     replaceBuffer(buffer() + std::string(3 * support::bufferMaxBytes, '\xa5'));
     EXPECT_EQ(startNext(), withNew(numbered(1, 30)));
+    replaceBuffer(std::string(3 * support::bufferMaxBytes, '\xa5'));
+    DaemonLog log(logDirectory(), "/test.log");
+    log.set("line");
     struct stat info {};
     ASSERT_EQ(::stat(bufferPath().c_str(), &info), 0);
     EXPECT_LE(info.st_size, static_cast<off_t>(support::bufferMaxBytes));
@@ -175,7 +175,7 @@ TEST_F(DamagedBufferTest, OneCutUnderTheRunningLogCostsOnlyItsLines) {
     EXPECT_TRUE(log.writeLogToDisk());
     log.set("later");
     EXPECT_TRUE(log.writeLogToDisk());
-    EXPECT_THAT(lines(), ElementsAre(told(1), "after", "later"));
+    EXPECT_THAT(lines(), ElementsAre(lossLine(1), "after", "later"));
     EXPECT_NE(buffer().find("later\n"), std::string::npos) << "the buffer was not taken again";
 }
 

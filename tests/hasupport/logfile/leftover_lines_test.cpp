@@ -121,5 +121,16 @@ TEST_F(LeftoverLinesTest, GivesNoNumberAgain) {
     EXPECT_EQ(parse().count, 0U);
 }
 
+TEST_F(LeftoverLinesTest, TakesNoAbsurdNumber) {
+    writer_.setProgress({3, std::nullopt});
+    put(0, 4);
+    put(0, largestLeftSequence + 1);
+    put(0, 5);
+    const auto left = parse();
+    EXPECT_EQ(left.slabs.at(0).first, 4U);
+    EXPECT_EQ(left.slabs.at(0).last, 5U);
+    EXPECT_EQ(left.highest, 5U);
+}
+
 }  // namespace
 }  // namespace KORA::HA::Daemon::support

@@ -84,13 +84,12 @@ TEST(LineFormat, TellsOfMissingLinesWithTheStampOfTheNext) {
     std::string line;
     appendLossLine(line, stamp + "text\n", 12);
     EXPECT_EQ(line, stamp +
-                        "libkorahadaemon: 12 older lines were lost, the log could not be "
-                        "written in time\n");
+                        "libkorahadaemon: older lines were lost, the log could not be written in "
+                        "time: 12\n");
     line.clear();
     appendLossLine(line, "nostamp\n", 1);
     EXPECT_EQ(line,
-              "libkorahadaemon: 1 older lines were lost, the log could not be written in "
-              "time\n");
+              "libkorahadaemon: older lines were lost, the log could not be written in time: 1\n");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -24,6 +25,12 @@ inline Texts withoutStamps(const std::string& text) {
         lines.push_back(stamped ? line.substr(28) : line);
     }
     return lines;
+}
+
+/// The line that stands where so many lines are missing, without its stamp.
+inline std::string lossLine(std::uint64_t lost) {
+    return "libkorahadaemon: older lines were lost, the log could not be written in time: " +
+           std::to_string(lost);
 }
 
 /// A log directory and a buffer directory of one test.

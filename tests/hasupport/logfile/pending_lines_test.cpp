@@ -12,6 +12,7 @@
 namespace KORA::HA::Daemon::support {
 namespace {
 
+using koraha::test::lossLine;
 using koraha::test::Texts;
 using koraha::test::withoutStamps;
 
@@ -124,8 +125,7 @@ TEST_P(PendingLinesTest, PastTheCeilingTheOldestGoAndTheNextBatchSaysHowMany) {
     const std::uint64_t count = fill(2 * bufferMaxBytes);
     const auto kept = withoutStamps(drain());
     ASSERT_GT(kept.size(), 2U);
-    EXPECT_EQ(kept.at(0), "libkorahadaemon: " + std::to_string(count - (kept.size() - 1)) +
-                              " older lines were lost, the log could not be written in time");
+    EXPECT_EQ(kept.at(0), lossLine(count - (kept.size() - 1)));
     for (std::size_t i = 1; i < kept.size(); ++i) {
         const std::uint64_t number = count - (kept.size() - 1) + i;
         ASSERT_EQ(kept.at(i), "line " + std::to_string(number) + std::string(90, 'x'));
@@ -146,9 +146,7 @@ TEST_P(PendingLinesTest, NeverDropWhatIsBeingWritten) {
     const std::uint64_t written = withoutStamps(batch).size();
     const Texts rest = withoutStamps(drain());
     const std::uint64_t lost = early + late - written - (rest.size() - 1);
-    const std::string told = "libkorahadaemon: " + std::to_string(lost) +
-                             " older lines were lost, the log could not be written in time";
-    EXPECT_EQ(std::count(rest.begin(), rest.end(), told), 1);
+    EXPECT_EQ(std::count(rest.begin(), rest.end(), lossLine(lost)), 1);
     EXPECT_EQ(rest.back(), "line " + std::to_string(late) + std::string(90, 'x'));
 }
 
@@ -167,9 +165,8 @@ TEST_P(PendingLinesTest, TellOfLinesThatCouldNotBePutTogether) {
     EXPECT_EQ(lines_.untold(), 3U);
     lines_.append("2026-01-01T00:00:00.000000Z next\n");
     EXPECT_EQ(lines_.untold(), 0U);
-    EXPECT_EQ(drain(),
-              "2026-01-01T00:00:00.000000Z libkorahadaemon: 3 older lines were lost, the "
-              "log could not be written in time\n2026-01-01T00:00:00.000000Z next\n");
+    EXPECT_EQ(drain(), "2026-01-01T00:00:00.000000Z " + lossLine(3) +
+                           "\n2026-01-01T00:00:00.000000Z next\n");
 }
 
 TEST_P(PendingLinesTest, ReuseTheirMemoryForEver) {
@@ -257,6 +254,24 @@ TEST_F(KeptLinesTest, KeepWhatIsOnItsWay) {
     EXPECT_EQ(drain(next), line(2));
 }
 
+TEST_F(KeptLinesTest, AnAbsurdNumberInTheBufferCostsNoLineOfTheNextOwners) {
+    {
+        auto buffer = openBuffer();
+        BufferHeadWriter head(buffer.head());
+        head.begin();
+        head.setProgress({largestLeftSequence - 1, std::nullopt});
+        putRecord(buffer.slab(0), largestLeftSequence, line(1));
+    }
+    {
+        PendingLines next(openBuffer());
+        EXPECT_EQ(drain(next), line(1));
+        next.append(line(2));
+    }
+    PendingLines third(openBuffer());
+    third.append(line(3));
+    EXPECT_EQ(drain(third), line(2) + line(3));
+}
+
 TEST_F(KeptLinesTest, GoOnInTheirOwnMemoryWhenTheFileIsCutUnderTheMap) {
     for (const off_t size : {0, 4096, 40000}) {
         PendingLines lines(openBuffer());
@@ -265,9 +280,8 @@ TEST_F(KeptLinesTest, GoOnInTheirOwnMemoryWhenTheFileIsCutUnderTheMap) {
         ASSERT_EQ(::truncate(bufferPath().c_str(), size), 0);
         lines.append("2026-01-01T00:00:00.000000Z after\n");
         EXPECT_FALSE(lines.outlives());
-        EXPECT_EQ(drain(lines),
-                  "2026-01-01T00:00:00.000000Z libkorahadaemon: 1 older lines were lost, the log "
-                  "could not be written in time\n2026-01-01T00:00:00.000000Z after\n");
+        EXPECT_EQ(drain(lines), "2026-01-01T00:00:00.000000Z " + lossLine(1) +
+                                    "\n2026-01-01T00:00:00.000000Z after\n");
     }
 }
 
