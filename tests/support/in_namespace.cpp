@@ -15,15 +15,27 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 
 namespace koraha::test {
 namespace {
 
+// Makes an ordinary user the superuser of the namespace: without a name there it owns no files.
+void nameUser(uid_t user, gid_t group) {
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+    std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+}
+
 bool enterNamespace(int kind) {
-    const int user = ::geteuid() == 0 ? 0 : CLONE_NEWUSER;
-    if (::unshare(kind | user) != 0) {
+    const uid_t user = ::geteuid();
+    const gid_t group = ::getegid();
+    if (::unshare(kind | (user == 0 ? 0 : CLONE_NEWUSER)) != 0) {
         ADD_FAILURE() << "no namespace to be had: " << std::strerror(errno);
         return false;
+    }
+    if (user != 0) {
+        nameUser(user, group);
     }
     return true;
 }

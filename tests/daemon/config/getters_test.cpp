@@ -2,6 +2,7 @@
 
 #include <boost/bind/bind.hpp>
 
+#include <array>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -204,15 +205,15 @@ TEST(Getters, mayBeCalledFromEveryThreadAtOnce) {
     inOwnSystem([] {
         configure(R"({"BASE_INTERVAL_ACTIVE": 30, "THR_OF_HB_LATENCY": "150.5"})");
         std::atomic<int> wrong{0};
-        std::vector<std::thread> readers;
-        for (int i = 0; i < 8; ++i) {
-            readers.emplace_back([&wrong] {
+        std::array<std::thread, 8> readers;
+        for (std::thread& reader : readers) {
+            reader = std::thread([&wrong] {
                 for (int pass = 0; pass < 500; ++pass) {
                     wrong += GetInt(BASE_INTERVAL_ACTIVE) != 30;
                     wrong += GetInt(BASE_INTERVAL_PASSIVE) != 15;
                     wrong += GetFloat(THR_OF_HB_LATENCY) != 150.5F;
                     wrong += GetFloat(THR_OF_HB_PKT_DROP) != 0.001F;
-                    wrong += GetStr(static_cast<ConfType>(6)) != "";
+                    wrong += !GetStr(static_cast<ConfType>(6)).empty();
                 }
             });
         }

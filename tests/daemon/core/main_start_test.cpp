@@ -78,7 +78,8 @@ INSTANTIATE_TEST_SUITE_P(
                     std::vector<std::string>{"/usr/sbin/koraharemotemond", "10.0.0.1"},
                     std::vector<std::string>{"./a daemon %s", "10.0.0.1", "10.0.0.2"},
                     std::vector<std::string>{"", "10.0.0.1", "10.0.0.2", "eth1", "more"},
-                    std::vector<std::string>{"x", "1", "2", "3", "4", "5", "6", "7", "8", "9"}));
+                    std::vector<std::string>{"x", "1", "2", "3", "4", "5", "6", "7", "8", "9"}),
+    [](const auto& words) { return std::to_string(words.param.size() - 1) + "arguments"; });
 
 TEST(MainStart, withoutEvenItsNameItAnswersWithTheUsageToo) {
     inOwnSystem([] {

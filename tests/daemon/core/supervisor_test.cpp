@@ -84,8 +84,14 @@ TEST_P(SupervisorOf, stoppedRoutineIsNamedWhicheverItIsAndWhateverItReturned) {
     EXPECT_EQ((Calls{stoppedLine(names.at(stopped)), "sleep 1"}), script().callsOfThisThread());
 }
 
+std::string positionAndResult(const testing::TestParamInfo<std::tuple<int, bool>>& stopped) {
+    const auto [position, result] = stopped.param;
+    return std::to_string(position) + (result ? "True" : "False");
+}
+
 INSTANTIATE_TEST_SUITE_P(Routines, SupervisorOf,
-                         testing::Combine(testing::Values(0, 1, 2), testing::Bool()));
+                         testing::Combine(testing::Values(0, 1, 2), testing::Bool()),
+                         positionAndResult);
 
 TEST_F(Supervisor, namesOnlyTheFirstInKeyOrderEvenIfSeveralStopped) {
     for (const char* name : {"gamma", "beta", "alpha"}) {

@@ -34,7 +34,7 @@ SystemLog::~SystemLog() {
     ::close(socket_);
 }
 
-std::vector<std::string> SystemLog::messages() {
+std::vector<std::string> SystemLog::messages() const {
     std::vector<std::string> all;
     std::array<char, 4096> buffer{};
     for (;;) {

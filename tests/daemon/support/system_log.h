@@ -15,7 +15,7 @@ class SystemLog {
     SystemLog& operator=(const SystemLog&) = delete;
 
     /// What has arrived since the last look, each message without its time: "<11>ident: text".
-    std::vector<std::string> messages();
+    std::vector<std::string> messages() const;
 
   private:
     int socket_ = -1;

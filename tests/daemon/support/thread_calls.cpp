@@ -71,6 +71,7 @@ std::vector<int> threadsJoined() {
 
 }  // namespace koraha::test
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the library's are reserved
 extern "C" [[gnu::visibility("default")]] int pthread_create(pthread_t* thread,
                                                              const pthread_attr_t* attributes,
                                                              void* (*body)(void*),
@@ -96,3 +97,4 @@ extern "C" [[gnu::visibility("default")]] int pthread_join(pthread_t thread, voi
     noteJoin(thread);
     return join(thread, result);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
