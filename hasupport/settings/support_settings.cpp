@@ -150,7 +150,7 @@ SupportSettings loadSupportSettings(const std::string& path) {
     Problems problems;
     SupportSettings settings = parseSupportSettings(*file.text, problems);
     for (const std::string& problem : problems) {
-        notify(path + ": " + problem);
+        notify(std::string(path).append(": ").append(problem));
     }
     return settings;
 }
