@@ -63,7 +63,6 @@ class SystemRestart : public RestartAction {
         writeLine("/dev/kmsg", "libkorahadaemon: " + reason + "\n");
         if (DaemonLog* log = messageLog()) {
             log->set("libkorahadaemon: " + reason);
-            log->writeLogToDisk();
         }
     }
 

@@ -21,7 +21,7 @@ class RestartAction {
     virtual void disarm() = 0;
     /// Starts the orderly restart and does not wait for it.
     virtual bool startOrderly() = 0;
-    /// Leaves the reason where it outlives the restart: daemon log, system log, kernel log.
+    /// Tells the reason to daemon log, system log and kernel log, without waiting for a disk.
     virtual void tell(const std::string& reason) = 0;
 };
 

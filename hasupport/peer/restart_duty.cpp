@@ -6,6 +6,7 @@
 #include "hasupport/io/boot_identity.h"
 #include "hasupport/io/notice.h"
 #include "hasupport/io/telling_rate.h"
+#include "hasupport/logfile/registry.h"
 #include "hasupport/peer/restart_action.h"
 #include "hasupport/peer/restart_record.h"
 #include "hasupport/peer/restart_stamp.h"
@@ -65,6 +66,10 @@ RestartVerdict carryOut(const std::string& why, bool armed) {
     action.tell("restarting at the peer's request: " + why);
     const bool started = action.startOrderly();
     if (armed || started) {
+        // Only now, since the log's disk may be what hangs. The stamp has the reason already.
+        if (DaemonLog* const log = messageLog()) {
+            log->writeLogToDisk();
+        }
         return {true, {}, false};
     }
     removeStamp(obeyedStampPath());  // nothing was obeyed
