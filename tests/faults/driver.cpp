@@ -353,7 +353,8 @@ std::vector<Operation> allOperations(const std::string& data) {
 
 }  // namespace koraha::faults
 
-/// driver DATA [OPERATION]; driver --calls lists the functions that can be failed.
+/// driver DATA [OPERATION]; driver --calls lists the functions that can be failed; driver --restart
+/// asks the node at the first address, as its peer, to restart.
 int main(int argc, char** argv) {
     const std::string first = argc > 1 ? argv[1] : "";
     if (first == "--calls") {
@@ -361,6 +362,9 @@ int main(int argc, char** argv) {
             std::puts(koraha_call_name(i));
         }
         return 0;
+    }
+    if (first == "--restart") {
+        return koraha::faults::askForRestartAsPeer() ? 0 : 1;
     }
     return koraha::faults::drive(first, argc > 2 ? argv[2] : "");
 }

@@ -33,6 +33,9 @@ std::vector<Operation> linkOperations();
 std::vector<Operation> servingOperations();
 std::vector<Operation> fileOperations();
 
+/// Asks this node, as its peer, to restart; true when the request went out.
+bool askForRestartAsPeer();
+
 /// Starts a node that plays the peer, in a process of its own that ends with this one.
 void startPeer();
 

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <optional>
@@ -167,6 +168,16 @@ Outcome endClient(Outcome outcome) {
 }
 
 }  // namespace
+
+bool askForRestartAsPeer() {
+    localIP(peerAddress);
+    remoteIP(ownAddress);
+    drbdIF(interface);
+    const PeerAnswer answer = askPeer(R"({"request":"restart","reason":"a test"})", true,
+                                      Deadline::in(Milliseconds(1000)));
+    std::puts(answer.payload ? answer.payload->c_str() : answer.problem.c_str());
+    return answer.payload.has_value();
+}
 
 std::vector<Operation> servingOperations() {
     return {
