@@ -60,6 +60,24 @@ Seconds timeOf(const Body& body) {
     return std::chrono::steady_clock::now() - before;
 }
 
+// The state once it is no longer that of a running routine, however late that is.
+int endState(MyRoutine& routine) {
+    int state = 0;
+    EXPECT_TRUE(eventually([&] { return (state = routine.getState()) != 0; }));
+    return state;
+}
+
+// A routine that returns at once, and that has begun to.
+MyRoutine startAndLetEnd(bool result) {
+    std::atomic<bool> returns{false};
+    MyRoutine routine([&returns, result] {
+        returns = true;
+        return result;
+    });
+    EXPECT_TRUE(eventually([&returns] { return returns.load(); }));
+    return routine;
+}
+
 // A wait of a second in each of them would take a quarter of an hour.
 void expectStateAgainAndAgain(MyRoutine& routine, int state) {
     for (int i = 0; i < 1'000; ++i) {
@@ -72,7 +90,7 @@ static_assert(!std::is_copy_constructible_v<MyRoutine>);
 static_assert(!std::is_polymorphic_v<MyRoutine>);
 
 TEST(MyRoutine, routineThatReturnsFalseAtOnceYieldsTwoOnTheFirstQueryAndEverAfter) {
-    MyRoutine routine([] { return false; });
+    MyRoutine routine = startAndLetEnd(false);
     EXPECT_EQ(2, routine.getState());
     EXPECT_LT(timeOf([&] { expectStateAgainAndAgain(routine, 2); }), std::chrono::minutes(1));
     routine.join();
@@ -80,7 +98,7 @@ TEST(MyRoutine, routineThatReturnsFalseAtOnceYieldsTwoOnTheFirstQueryAndEverAfte
 }
 
 TEST(MyRoutine, routineThatReturnsTrueAtOnceYieldsOneOnTheFirstQueryAndEverAfter) {
-    MyRoutine routine([] { return true; });
+    MyRoutine routine = startAndLetEnd(true);
     EXPECT_EQ(1, routine.getState());
     EXPECT_LT(timeOf([&] { expectStateAgainAndAgain(routine, 1); }), std::chrono::minutes(1));
     routine.join();
@@ -105,13 +123,11 @@ TEST(MyRoutine, routineLongerThanTheWaitYieldsZeroAfterAboutOneSecondNotAtOnce) 
 TEST(MyRoutine, endOfTheRoutineCutsTheWaitShort) {
     Held held;
     MyRoutine routine(held.routine(false));
-    int state = 0;
     boost::thread ender([&] {
         EXPECT_TRUE(eventually([&] { return held.started(); }));
         held.end();
     });
-    EXPECT_TRUE(eventually([&] { return (state = routine.getState()) != 0; }));
-    EXPECT_EQ(2, state);
+    EXPECT_EQ(2, endState(routine));
     ender.join();
     routine.join();
 }
@@ -195,7 +211,7 @@ TEST(MyRoutine, movedWhileItsThreadEndsTenThousandTimes) {
         const bool result = i % 2 == 0;
         table.emplace("routine", MyRoutine([result] { return result; }));
         MyRoutine& moved = table.at("routine");
-        ASSERT_EQ(result ? 1 : 2, moved.getState());
+        ASSERT_EQ(result ? 1 : 2, endState(moved));
         moved.join();
     }
     EXPECT_EQ(Lines{}, script().logLines);
@@ -207,7 +223,7 @@ TEST(MyRoutine, movedAgainAndAgainWhileItsThreadEnds) {
         for (int move = 0; move < 5; ++move) {
             routine = std::make_unique<MyRoutine>(std::move(*routine));
         }
-        ASSERT_EQ(1, routine->getState());
+        ASSERT_EQ(1, endState(*routine));
         routine->join();
     }
 }
@@ -261,7 +277,7 @@ TEST(MyRoutine, joinFromTheThreadItselfIsRefusedAndLogged) {
     });
     self = &routine;
     EXPECT_TRUE(eventually([&] { return cameBack.load(); }));
-    EXPECT_EQ(1, routine.getState());
+    EXPECT_EQ(1, endState(routine));
     EXPECT_EQ(Lines{"koraharemotemond:493 Failed to join thread"}, script().logLines);
     routine.join();
     EXPECT_EQ(1U, script().logLines.size());
@@ -273,7 +289,7 @@ TEST(MyRoutine, resultTravelsWithWhatTheRoutineWroteBeforeIt) {
         written = 42;
         return true;
     });
-    ASSERT_TRUE(eventually([&] { return routine.getState() != 0; }));
+    EXPECT_EQ(1, endState(routine));
     EXPECT_EQ(42, written);
     routine.join();
 }

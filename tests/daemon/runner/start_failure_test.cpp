@@ -64,8 +64,8 @@ TEST_F(StartFailure, ofOneLeavesTheNextUntouched) {
     MyRoutine failed([] { return true; });
     MyRoutine started(routine());
     EXPECT_EQ(2, failed.getState());
-    EXPECT_EQ(1, started.getState());
     started.join();
+    EXPECT_EQ(1, started.getState());
     EXPECT_TRUE(ran);
     EXPECT_EQ(failureLine, script().logLines);
 }
@@ -93,10 +93,10 @@ TEST_F(StartFailure, comesFromEachAllocationThatFails) {
             made.emplace(std::move(argument));
             started = !FailingAllocation::hasFailed();
         }
+        made->join();
         EXPECT_EQ(started ? 1 : 2, made->getState());
         EXPECT_EQ(started ? std::vector<std::string>{} : failureLine, script().logLines);
         EXPECT_EQ(started, ran);
-        made->join();
     }
     EXPECT_GT(failures, 3);  // the shared promise, its state and the thread's own at least
 }
