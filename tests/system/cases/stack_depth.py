@@ -130,13 +130,13 @@ def unrunnable_tool(node):
 
 def failing_log_and_link(node, daemon):
     node.run("mount", "-t", "tmpfs", "-o", "ro", "tmpfs", "/var/log/ha")
-    node.system_log.await_text("ha.daemon.log cannot be written")
+    node.system_log.await_text("a log cannot be written: /var/log/ha/ha.daemon.log")
     node.run("/bin/ip", "link", "set", "link0", "down")
     daemon.wait_for("the peer is lost", lambda now: not now["remoteAlive"])
     node.run("/bin/ip", "link", "set", "link0", "up")
     daemon.wait_for("the peer is back", lambda now: now["remoteAlive"])
     node.run("umount", "/var/log/ha")
-    node.system_log.await_text("ha.daemon.log can be written again")
+    node.system_log.await_text("a log can be written again: /var/log/ha/ha.daemon.log")
 
 
 def one_restarts_the_other(node1, node2):
