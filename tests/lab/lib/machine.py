@@ -80,7 +80,7 @@ class Machine:
         with self.lock:  # the machine is gone: nobody need wait for it any longer
             waiting, self.answers = self.answers, None
         for answer in waiting.values():
-            answer.put((255, "the machine ended"))
+            answer.put((255, "the machine ended", time.monotonic()))
 
     def _take_lines(self):
         for line in self._lines():
@@ -92,7 +92,7 @@ class Machine:
                     answer = self.answers.pop(int(words[0]), None)
                 if answer is not None:
                     text = base64.b64decode(words[2]).decode(errors="replace") if words[2:] else ""
-                    answer.put((int(words[1]), text))
+                    answer.put((int(words[1]), text, time.monotonic()))
 
     def _lines(self):
         """What the guest says, until the machine is gone."""
@@ -123,7 +123,7 @@ class Machine:
 
     def run(self, command, timeout=60, check=True):
         try:
-            status, output = self.send(command).get(timeout=timeout)
+            status, output, _ = self.send(command).get(timeout=timeout)
         except queue.Empty:
             raise LabError(f"node{self.number}: no answer within {timeout} s to: {command}") from None
         if check and status != 0:

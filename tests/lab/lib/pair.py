@@ -3,6 +3,8 @@
 import json
 import os
 import pathlib
+import queue
+import shlex
 import shutil
 import socket
 import subprocess
@@ -44,6 +46,27 @@ def sweep():
             shutil.rmtree(left, ignore_errors=True)
 
 
+class Awaited:
+    """What a node waits for by itself."""
+
+    def __init__(self, node, what, answer):
+        self.node = node
+        self.what = what
+        self.answer = answer
+
+    def since(self, event, limit=60):
+        """Waits for it; the seconds from `event`, a time on the host's monotonic clock."""
+        try:
+            status, output, at = self.answer.get(timeout=limit)
+        except queue.Empty:
+            raise LabError(f"node{self.node.number}: not within {limit} s: {self.what}\n"
+                           + json.dumps(self.node.status(), indent=1)[:4000]
+                           + self.node.log()[-2000:]) from None
+        if status != 0:
+            raise LabError(f"node{self.node.number}: {output}")
+        return max(at - event, 0.0)
+
+
 class Node(Machine):
     """A machine that runs the daemon."""
 
@@ -78,12 +101,17 @@ class Node(Machine):
     def ctl(self, arguments, check=False):
         return self.run(f"{BIN}/korahamonctl {arguments}", check=check)
 
-    def status(self):
-        text = self.ctl("status --json")
-        try:
-            return json.loads(text)
-        except ValueError:
-            return {"unreachable": text}
+    def status(self, patience=20):
+        """The daemon's status; on a starved machine it may need to be asked again."""
+        deadline = time.monotonic() + patience
+        while True:
+            text = self.ctl("status --json")
+            try:
+                return json.loads(text)
+            except ValueError:
+                if time.monotonic() > deadline:
+                    raise LabError(f"node{self.number}: no status: {text}") from None
+                time.sleep(0.5)
 
     def until(self, condition, what, seconds=30):
         """Waits until `condition(status)` holds; the seconds that it took."""
@@ -96,6 +124,19 @@ class Node(Machine):
                 raise LabError(f"node{self.number}: not within {seconds} s: {what}\n"
                                + json.dumps(status, indent=1)[:4000])
             time.sleep(0.2)
+
+    def _awaiting(self, *words):
+        mark = f"/run/awaiting.{next(self.ids)}"
+        answer = self.send(shlex.join(["/lab/guest/await", mark, *words]))
+        self.run(f"until [ -e {mark} ]; do sleep 0.05; done")
+        return Awaited(self, words[1], answer)
+
+    def awaiting(self, expression):
+        """Has the node wait until `expression` holds for its daemon's status, called s there."""
+        return self._awaiting("status", expression)
+
+    def awaiting_log(self, text, count=1):
+        return self._awaiting("log", text, str(count))
 
     def log(self):
         return self.run("cat /var/log/ha/ha.daemon.log* 2>/dev/null", check=False)
