@@ -58,7 +58,9 @@ void keepFile(const Child& child, int rotation) {
     std::array<char, 32> name{};
     std::snprintf(name.data(), name.size(), "/%06d-%06d", child.life, rotation);
     const std::string file = child.places.directory + child.places.fileName;
-    (void)::link(file.c_str(), (child.places.archive + name.data()).c_str());
+    if (::link(file.c_str(), (child.places.archive + name.data()).c_str()) != 0) {
+        std::abort();
+    }
 }
 
 [[noreturn]] void flush(Child& child) {
