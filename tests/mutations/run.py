@@ -4,6 +4,7 @@ import concurrent.futures
 import os
 import pathlib
 import queue
+import subprocess
 import sys
 import time
 
@@ -26,8 +27,8 @@ def verdict(mutation, free):
         test = workshop.caught_by(mutation)
     except Mistake as mistake:
         return False, f"does not apply any more: {mistake}"
-    except ValueError as error:
-        return False, f"does not compile:\n{str(error)[-3000:]}"
+    except (ValueError, subprocess.TimeoutExpired) as error:
+        return False, f"cannot be built or tested:\n{str(error)[-3000:]}"
     finally:
         free.put(workshop)
     return (True, f"caught by {test}") if test else (False, "SURVIVED: no test noticed it")
@@ -51,9 +52,10 @@ def main(words):
     free = queue.Queue()
     say(f"building {workers} copies and running their tests without a fault")
     for workshop in workshops(ROOT, workers):
-        trouble = workshop.prepare()
-        if trouble:
-            say(f"FAIL the tests do not even pass without a fault:\n{trouble[-3000:]}")
+        try:
+            workshop.prepare()
+        except (ValueError, subprocess.TimeoutExpired) as error:
+            say(f"FAIL the tree itself:\n{str(error)[-3000:]}")
             print(f"0 passed, {len(mutations) or 1} failed")
             return 1
         free.put(workshop)
