@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>  // program_invocation_name
+#include <cerrno>  // program_invocation_name, too
 #include <csignal>
 #include <cstdint>
 #include <ctime>
@@ -86,6 +86,15 @@ void outliveShutdown() {
     ::_exit(1);
 }
 
+bool endsWell(pid_t child) {
+    int status = 1;
+    pid_t ended = -1;
+    do {
+        ended = ::waitpid(child, &status, 0);
+    } while (ended < 0 && errno == EINTR);
+    return ended == child && status == 0;
+}
+
 }  // namespace
 
 // Forked twice, so that nobody has to wait for the grandchild. This is the one place that forks
@@ -105,9 +114,7 @@ UniqueFd startForcedRestart(const ForcedRestart& restart) {
         }
         ::_exit(grandchild > 0 ? 0 : 1);
     }
-    int status = 1;
-    const bool started = child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
-    return started ? std::move(ours) : UniqueFd();
+    return child > 0 && endsWell(child) ? std::move(ours) : UniqueFd();
 }
 
 void cancelForcedRestart(const UniqueFd& handle) {

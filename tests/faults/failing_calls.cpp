@@ -32,6 +32,7 @@ struct Call {
     X(close_range, negative, false)                            \
     X(closedir, negative, false)                               \
     X(connect, negative, false)                                \
+    X(dup2, negative, false)                                   \
     X(fallocate, negative, false)                              \
     X(fchmod, negative, false)                                 \
     X(fchown, negative, false)                                 \
@@ -100,6 +101,7 @@ struct Call {
     X(sigaction, negative, false)                              \
     X(sigprocmask, negative, false)                            \
     X(socket, negative, false)                                 \
+    X(socketpair, negative, false)                             \
     X(stat, negative, false)                                   \
     X(statfs, negative, false)                                 \
     X(statvfs, negative, false)                                \

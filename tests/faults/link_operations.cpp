@@ -10,6 +10,7 @@
 #include <fstream>
 
 #include "hasupport/local_probes.h"
+#include "hasupport/peer/forced_restart.h"
 #include "hasupport/peer/restart_duty.h"
 #include "hasupport/peer/restart_stamp.h"
 #include "hasupport/reboot_remote.h"
@@ -70,6 +71,13 @@ Outcome obey() {
             !verdict.accepted && !verdict.reason.empty()};
 }
 
+// Cancelled at once; what could go wrong writes to a file of no meaning.
+Outcome armAndCancel() {
+    const UniqueFd handle = startForcedRestart({60, 60, [] {}, "/run/no-trigger"});
+    cancelForcedRestart(handle);
+    return {handle ? "armed" : "not armed", !handle};
+}
+
 void copyFile(const char* from, const char* to, mode_t mode) {
     std::ofstream(to) << std::ifstream(from).rdbuf();
     ::chmod(to, mode);
@@ -120,7 +128,9 @@ std::vector<Operation> linkOperations() {
          [] { return read(Reading::remoteMDResync, IsRemoteMDResync()() ? "yes" : "no"); }},
         {"IsRemoteDiskErrHandling", askDisks},
         {"RebootRemote", askForRestart, forgetRestarts, requireStamp, true},
-        {"obeyRestart", obey, forgetRestarts, nullptr, true},
+        // Without its settings it arms the forced restart, and keeps the handle.
+        {"obeyRestart", obey, forgetRestarts, nullptr, true, 1},
+        {"forced restart", armAndCancel},
     };
     return all;
 }
