@@ -1,5 +1,7 @@
 #include "hasupport/interface_checker.h"
 
+#include <cerrno>
+#include <cstring>
 #include <exception>
 #include <optional>
 #include <string>
@@ -16,10 +18,15 @@ namespace {
 
 constinit support::Notice unreadable;
 
-void tellFailed(const std::string& interface) {
-    const std::string reason = support::isInterfaceName(interface)
-                                   ? "no counters of interface " + interface
-                                   : "\"" + interface + "\" is no interface name";
+/// `error` is what reading came to; 0 and ENOENT say no more than that there are none.
+void tellFailed(const std::string& interface, int error) {
+    std::string reason = "\"" + interface + "\" is no interface name";
+    if (support::isInterfaceName(interface)) {
+        reason = "no counters of interface " + interface;
+        if (error != 0 && error != ENOENT) {
+            reason += std::string(": ") + std::strerror(error);
+        }
+    }
     unreadable.raise("cannot measure the failure rate: " + reason);
     support::noteFailed(support::Reading::netNonOkRate, reason);
 }
@@ -31,9 +38,10 @@ InterfaceChecker::~InterfaceChecker() = default;
 
 bool InterfaceChecker::networkNonOkRate(float& rate) try {
     const std::string interface = support::linkAddresses().interface;
+    errno = 0;
     const auto now = support::readNetCounters(support::KernelRoots{}, interface);
     if (!now) {
-        tellFailed(interface);
+        tellFailed(interface, errno);
         return false;
     }
     std::optional<support::NetCounters> before;

@@ -1,6 +1,7 @@
 #include "hasupport/interface_checker.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "hasupport/replication_link.h"
 #include "hasupport/status/readings.h"
@@ -39,6 +40,21 @@ TEST(InterfaceChecker, LeavesTheRateAloneWithoutAnInterface) {
     drbdIF("lo");
     EXPECT_TRUE(checker.networkNonOkRate(rate));
     EXPECT_TRUE(isValid());
+}
+
+TEST(InterfaceChecker, SaysWhyCountersCannotBeRead) {
+    drbdIF("lo");
+    InterfaceChecker checker;
+    float rate = 0.25F;
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+    const rlimit none{0, usual.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const bool measured = checker.networkNonOkRate(rate);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+    EXPECT_FALSE(measured);
+    EXPECT_EQ(readingState(Reading::netNonOkRate).reason,
+              "no counters of interface lo: Too many open files");
 }
 
 }  // namespace
