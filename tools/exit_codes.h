@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <string_view>
+
 namespace korahamonctl {
 
 // What the tool's commands end with, but for `check`, which speaks as monitoring plug-ins do.
@@ -13,5 +16,12 @@ constexpr int pluginOk = 0;
 constexpr int pluginWarning = 1;
 constexpr int pluginCritical = 2;
 constexpr int pluginUnknown = 3;
+
+/// What a command ends with, in one line: "0 all is well; 1 ...; 2 wrong usage". The same words
+/// stand in the manual page and in the README.
+std::string exitCodesOf(std::string_view command);
+
+/// The same as the end of the command's help, a line for each code.
+std::string exitCodesHelp(std::string_view command);
 
 }  // namespace korahamonctl

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <exception>
@@ -149,17 +152,45 @@ void addFlush(CLI::App& app, int& result) {
     flush->callback([&] { result = flushLogs({}, std::cout, std::cerr); });
 }
 
+void addExitCodes(CLI::App& app) {
+    for (CLI::App* command : app.get_subcommands({})) {
+        const std::string text = exitCodesHelp(command->get_name());
+        command->footer(text);
+        for (CLI::App* part : command->get_subcommands({})) {
+            part->footer(text);
+        }
+    }
+}
+
+// A descriptor that the caller has closed would go to the next file or socket that is opened, and
+// what is meant for a person would be written into that. What is written here fails instead.
+void fillStandardDescriptors() {
+    int fd = 0;
+    do {
+        fd = ::open("/dev/null", O_RDONLY);  // NOLINT: what it is run with inherits this one
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    ::close(fd);
+}
+
+// Whoever reads an exit code relies on having read everything.
+int endWith(int result, int unwritten) {
+    std::cout.flush();
+    if (std::cout) {
+        return result;
+    }
+    std::cerr << "korahamonctl: the output cannot be written\n";
+    return result == exitFine ? unwritten : result;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
+    fillStandardDescriptors();
     CLI::App app("Looks at the remote monitor daemon of this node, and prepares it.",
                  "korahamonctl");
     app.set_version_flag("--version", std::string("korahamonctl ") + KORAHA_VERSION);
     app.require_subcommand(1);
-    app.footer(
-        "Exit codes of status: 0 all well; 1 the peer is not alive, DRBD is not connected, error\n"
-        "handling on either node, a degraded array, or an invalid or stale value; 2 usage; 3 the\n"
-        "daemon does not answer.");
+    app.footer("Each command tells its options and exit codes with --help.");
     StatusOptions status;
     PeerKeyOptions key;
     std::vector<std::string> words;
@@ -182,15 +213,16 @@ int main(int argc, char** argv) try {
     addSupportBundle(app, status, bundle, result);
     addExplain(app, words, result);
     addLog(app, log, logWords, result);
+    addExitCodes(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         if (app.exit(e) == 0) {
-            return exitFine;
+            return endWith(exitFine, exitConcern);
         }
         return app.got_subcommand(check) ? pluginUnknown : exitUsage;
     }
-    return result;
+    return endWith(result, app.got_subcommand(check) ? pluginUnknown : exitConcern);
 } catch (const std::exception& e) {
     std::cerr << "korahamonctl: " << e.what() << '\n';
     return exitConcern;

@@ -15,7 +15,7 @@ using ::testing::HasSubstr;
 TEST(CommandLine, ShowsHelpAndVersion) {
     const ToolRun help = runTool({"--help"});
     EXPECT_EQ(help.code, 0);
-    for (const char* word : {"status", "watch", "check-config", "peer-key", "Exit codes"}) {
+    for (const char* word : {"status", "watch", "check-config", "peer-key", "exit codes"}) {
         EXPECT_THAT(help.out, HasSubstr(word));
     }
     EXPECT_EQ(runTool({"status", "--help"}).code, 0);

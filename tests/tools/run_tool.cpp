@@ -6,12 +6,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "tests/support/scratch_dir.h"
 
 namespace koraha::test {
+namespace {
 
-ToolRun runTool(const std::vector<std::string>& arguments) {
+ToolRun run(std::vector<std::string> words) {
     const ScratchDir scratch;
     posix_spawn_file_actions_t files{};
     ::posix_spawn_file_actions_init(&files);
@@ -20,15 +22,13 @@ ToolRun runTool(const std::vector<std::string>& arguments) {
                                        0600);
     ::posix_spawn_file_actions_addopen(&files, 2, scratch.path("err").c_str(), O_WRONLY | O_CREAT,
                                        0600);
-    std::vector<std::string> words = arguments;
-    words.insert(words.begin(), KORAHA_TOOL);
     std::vector<char*> argv;
     for (std::string& word : words) {
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
     pid_t child = -1;
-    const int error = ::posix_spawn(&child, KORAHA_TOOL, &files, nullptr, argv.data(), environ);
+    const int error = ::posix_spawn(&child, argv.front(), &files, nullptr, argv.data(), environ);
     ::posix_spawn_file_actions_destroy(&files);
     if (error != 0) {
         return {};
@@ -38,6 +38,18 @@ ToolRun runTool(const std::vector<std::string>& arguments) {
     }
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), scratch.read("out"),
             scratch.read("err")};
+}
+
+}  // namespace
+
+ToolRun runTool(const std::vector<std::string>& arguments) {
+    std::vector<std::string> words = arguments;
+    words.insert(words.begin(), KORAHA_TOOL);
+    return run(std::move(words));
+}
+
+ToolRun runShell(const std::string& script, const std::string& argument) {
+    return run({"/bin/bash", "-c", "TOOL=" KORAHA_TOOL "; " + script, "bash", argument});
 }
 
 }  // namespace koraha::test

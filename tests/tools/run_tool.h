@@ -14,4 +14,7 @@ struct ToolRun {
 /// Runs the built tool with these arguments and waits for its end.
 ToolRun runTool(const std::vector<std::string>& arguments);
 
+/// Runs a script in bash, with the tool's path in $TOOL and one argument in $1.
+ToolRun runShell(const std::string& script, const std::string& argument);
+
 }  // namespace koraha::test
