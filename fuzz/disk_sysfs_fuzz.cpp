@@ -36,14 +36,31 @@ struct Disks : koraha::fuzz::KernelTree {
         link("sys/block/md0/md/dev-sda/block", "../../../sda");
         link("sys/block/drbd0/slaves/nvme0n1", "../../nvme0n1");
         link("sys/block/drbd1/slaves/nvme1n1", "../../nvme1n1");
+        link("sys/block/md1/slaves/sda1", "../../sda/sda1");  // a partition
+        link("sys/block/md2/slaves/md2", "../../md2");        // beneath itself
+        set("sys/devices/nvme-subsys1/nvme1c2n1/state", "live");
     }
 };
+
+/// Without block devices, and with files that cannot be read, nothing is known.
+bool expectUnknown() {
+    const koraha::fuzz::KernelTree empty;
+    require(!DiskErrWatch(empty.roots(), {"sda"}).look().known);
+    for (const char* const file : {"state", "../removable"}) {
+        koraha::fuzz::KernelTree odd;
+        odd.set(std::string("sys/block/sda/device/") + file + "/a directory", "");
+        require(!DiskErrWatch(odd.roots(), {"sda"}).look().known);
+    }
+    return true;
+}
 
 }  // namespace
 
 // The values of two looks, each in the order of `files`, and the name of a further disk.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static Disks tree;
+    static const bool unknown = expectUnknown();
+    require(unknown);
     const auto values =
         koraha::fuzz::pieces(koraha::fuzz::textOf(data, size), 2 * files.size() + 1);
     DiskErrWatch watch(tree.roots(), {std::string(values.back())});

@@ -1,5 +1,6 @@
 // parser: hasupport/peer/frame.cpp without sealBody
-// parser: hasupport/peer/peer_connection.cpp
+// parser: hasupport/peer/peer_connection.cpp without progress
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -53,6 +54,7 @@ void talk(std::string_view bytes, std::size_t front, bool withKey) {
         return std::string("{}");
     };
     while (!bytes.empty() && !server.done()) {
+        require((server.events() & (POLLIN | POLLOUT)) != 0);
         const ssize_t sent = ::send(client.get(), bytes.data(),
                                     std::min(std::max(front, std::size_t{1}), bytes.size()),
                                     MSG_NOSIGNAL | MSG_DONTWAIT);

@@ -62,6 +62,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto text = koraha::fuzz::textOf(data, size);
     readState(text);
     seal(text);
+    Json::Value disks(Json::arrayValue);
+    disks.append(std::string(text.substr(0, 100)));
+    disks.append(7);
+    status.setErrHandlingDisk(disks);
     const std::string answer = answerPeer(text, false, status);
     require(answer.front() == '{' && answer.find("\"accepted\":true") == std::string::npos);
     return 0;

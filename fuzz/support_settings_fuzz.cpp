@@ -1,4 +1,4 @@
-// parser: hasupport/settings/support_settings.cpp without loadSettings supportSettings
+// parser: hasupport/settings/support_settings.cpp without loadSupportSettings supportSettings
 #include "fuzz/fuzz_input.h"
 #include "hasupport/settings/support_settings.h"
 
