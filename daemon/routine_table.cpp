@@ -3,8 +3,8 @@
 #include <boost/bind/bind.hpp>
 #include <boost/ref.hpp>
 
-#include "log/log_handler.h"
-#include "log/record_system_info.h"
+#include "log/upkeep/log_handler.h"
+#include "log/upkeep/record_system_info.h"
 #include "monitor/busy_flag_control.h"
 #include "monitor/check_loops.h"
 #include "server/serving_routines.h"

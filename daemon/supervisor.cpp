@@ -2,9 +2,9 @@
 
 #include <unistd.h>
 
-#include "log/log_handler.h"
 #include "log/log_line.h"
 #include "log/running_flag.h"
+#include "log/upkeep/log_handler.h"
 
 namespace KORA::HA::Daemon {
 namespace {

@@ -1,5 +1,5 @@
-// parser: hasupport/socket/json_guard.cpp
-#include "hasupport/socket/json_guard.h"
+// parser: hasupport/text/json_guard.cpp
+#include "hasupport/text/json_guard.h"
 
 #include <json/reader.h>
 #include <json/value.h>

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "hasupport/socket/utf8.h"
+#include "hasupport/text/utf8.h"
 
 namespace korahamonctl {
 namespace {

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "hasupport/door/door.h"
 #include "hasupport/io/notice.h"
 #include "hasupport/peer/peer_connection.h"
 #include "hasupport/peer/peer_socket.h"
-#include "hasupport/socket/door.h"
 
 namespace KORA::HA::Daemon::support {
 

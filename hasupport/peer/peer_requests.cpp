@@ -11,8 +11,8 @@
 #include "hasupport/io/boot_identity.h"
 #include "hasupport/peer/restart_duty.h"
 #include "hasupport/peer/state_message.h"
-#include "hasupport/socket/json_guard.h"
 #include "hasupport/status/readings.h"
+#include "hasupport/text/json_guard.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {

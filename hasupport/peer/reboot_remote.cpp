@@ -17,8 +17,8 @@
 #include "hasupport/peer/restart_record.h"
 #include "hasupport/peer/restart_stamp.h"
 #include "hasupport/settings/support_settings.h"
-#include "hasupport/socket/json_guard.h"
 #include "hasupport/status/history.h"
+#include "hasupport/text/json_guard.h"
 
 namespace KORA::HA::Daemon {
 namespace support {

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "hasupport/peer/frame.h"
-#include "hasupport/socket/json_guard.h"
+#include "hasupport/text/json_guard.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {

@@ -10,7 +10,7 @@
 
 #include "hasupport/io/notice.h"
 #include "hasupport/io/trusted_file.h"
-#include "hasupport/socket/json_guard.h"
+#include "hasupport/text/json_guard.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "hasupport/io/notice.h"
-#include "hasupport/socket/json_text.h"
+#include "hasupport/text/json_text.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {

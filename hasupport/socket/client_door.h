@@ -4,9 +4,9 @@
 #include <string_view>
 #include <vector>
 
+#include "hasupport/door/door.h"
 #include "hasupport/socket/client_connection.h"
 #include "hasupport/socket/client_limits.h"
-#include "hasupport/socket/door.h"
 #include "hasupport/socket/request.h"
 #include "hasupport/socket/status_reply.h"
 

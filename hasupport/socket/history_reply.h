@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "hasupport/socket/json_text.h"
+#include "hasupport/text/json_text.h"
 
 namespace KORA::HA::Daemon::support {
 

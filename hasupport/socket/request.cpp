@@ -5,7 +5,7 @@
 #include <exception>
 #include <string_view>
 
-#include "hasupport/socket/json_guard.h"
+#include "hasupport/text/json_guard.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {

@@ -6,9 +6,9 @@
 #include <array>
 #include <utility>
 
-#include "hasupport/socket/json_text.h"
 #include "hasupport/status/process_start.h"
 #include "hasupport/status/readings.h"
+#include "hasupport/text/json_text.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {

@@ -1,4 +1,4 @@
-#include "log/record_system_info.h"
+#include "log/upkeep/record_system_info.h"
 
 #include <gtest/gtest.h>
 

@@ -81,9 +81,11 @@ std::set<int> knownNumbers() {
 TEST(MessageTable, KnowsEveryNumberInTheSources) {
     std::set<int> used;
     for (const char* folder : {"daemon", "config", "monitor", "server", "log"}) {
-        for (const auto& entry :
-             std::filesystem::directory_iterator(std::string(KORAHA_SOURCE_DIR "/") + folder)) {
-            used.merge(numbersIn(textOf(entry.path()), "Line = ", ";"));
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(
+                 std::string(KORAHA_SOURCE_DIR "/") + folder)) {
+            if (entry.is_regular_file()) {
+                used.merge(numbersIn(textOf(entry.path()), "Line = ", ";"));
+            }
         }
     }
     // The heartbeat monitors list theirs as the members of a table.

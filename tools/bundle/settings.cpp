@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-#include "hasupport/socket/json_guard.h"
+#include "hasupport/text/json_guard.h"
 #include "tools/bundle/contents.h"
 
 namespace korahamonctl::bundle {

@@ -1,4 +1,4 @@
-#include "hasupport/socket/utf8.h"
+#include "hasupport/text/utf8.h"
 
 #include <cstdint>
 

@@ -1,4 +1,4 @@
-#include "hasupport/socket/json_guard.h"
+#include "hasupport/text/json_guard.h"
 
 #include <gtest/gtest.h>
 #include <json/reader.h>

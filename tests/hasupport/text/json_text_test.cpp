@@ -1,10 +1,10 @@
-#include "hasupport/socket/json_text.h"
+#include "hasupport/text/json_text.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "hasupport/socket/utf8.h"
+#include "hasupport/text/utf8.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {

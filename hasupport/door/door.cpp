@@ -1,4 +1,4 @@
-#include "hasupport/socket/door.h"
+#include "hasupport/door/door.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "log/log_handler.h"
+#include "log/upkeep/log_handler.h"
 
 #include <unistd.h>
 

@@ -1,11 +1,11 @@
-#include "hasupport/socket/json_text.h"
+#include "hasupport/text/json_text.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <utility>
 
-#include "hasupport/socket/utf8.h"
+#include "hasupport/text/utf8.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
