@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+namespace bench {
+
+/// What a set of single times comes to, as one line of JSON.
+class Times {
+  public:
+    explicit Times(std::size_t count) { all_.reserve(count); }
+
+    void add(std::chrono::nanoseconds time) { all_.push_back(time.count()); }
+    void add(const Times& other) {
+        all_.insert(all_.end(), other.all_.begin(), other.all_.end());
+    }
+
+    void print() {
+        std::sort(all_.begin(), all_.end());
+        std::printf("{\"count\":%zu,\"p50\":%lld,\"p99\":%lld,\"p999\":%lld,\"worst\":%lld}\n",
+                    all_.size(), at(0.5), at(0.99), at(0.999), at(1.0));
+    }
+
+  private:
+    long long at(double part) const {
+        if (all_.empty()) {
+            return 0;
+        }
+        const auto last = static_cast<double>(all_.size() - 1);
+        return all_[static_cast<std::size_t>(last * part)];
+    }
+
+    std::vector<long long> all_;
+};
+
+/// Ends the program, which is a driver or a yardstick, when what it needs is not there.
+inline void need(bool fine, const char* what) {
+    if (!fine) {
+        std::perror(what);
+        std::exit(2);
+    }
+}
+
+inline int number(const char* text) {
+    return std::atoi(text);
+}
+
+}  // namespace bench
