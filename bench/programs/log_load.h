@@ -64,13 +64,14 @@ void logBursts(const LogLoad& load, Set set, Times& times) {
 template <typename Flush>
 class Flusher {
   public:
-    explicit Flusher(Flush flush) : thread_([this, flush] {
-          while (!over_) {
+    explicit Flusher(Flush flush)
+        : thread_([this, flush] {
+              while (!over_) {
+                  flush();
+                  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+              }
               flush();
-              std::this_thread::sleep_for(std::chrono::milliseconds(5));
-          }
-          flush();
-      }) {}
+          }) {}
     ~Flusher() {
         over_ = true;
         thread_.join();

@@ -16,9 +16,7 @@ class Times {
     explicit Times(std::size_t count) { all_.reserve(count); }
 
     void add(std::chrono::nanoseconds time) { all_.push_back(time.count()); }
-    void add(const Times& other) {
-        all_.insert(all_.end(), other.all_.begin(), other.all_.end());
-    }
+    void add(const Times& other) { all_.insert(all_.end(), other.all_.begin(), other.all_.end()); }
 
     void print() {
         std::sort(all_.begin(), all_.end());

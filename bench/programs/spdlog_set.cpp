@@ -17,12 +17,13 @@ int main(int argc, char** argv) {
     const auto load = bench::LogLoad::from(argv + 2);
     bench::Times times(load.lines());
     spdlog::init_thread_pool(spdlog::details::default_async_q_size, 1);
-    const auto sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(std::string(argv[1]) +
-                                                                          "/spdlog.log");
-    const auto log = std::make_shared<spdlog::async_logger>(
-        "bench", sink, spdlog::thread_pool(), spdlog::async_overflow_policy::block);
+    const auto sink =
+        std::make_shared<spdlog::sinks::basic_file_sink_mt>(std::string(argv[1]) + "/spdlog.log");
+    const auto log = std::make_shared<spdlog::async_logger>("bench", sink, spdlog::thread_pool(),
+                                                            spdlog::async_overflow_policy::block);
     log->set_pattern("%Y-%m-%dT%H:%M:%S.%fZ %v", spdlog::pattern_time_type::utc);
-    bench::logBursts(load, [&log](const std::string& line) { log->info(line); }, times);
+    bench::logBursts(
+        load, [&log](const std::string& line) { log->info(line); }, times);
     log->flush();
     spdlog::shutdown();
     times.print();

@@ -2,8 +2,8 @@
 // The least that a server of one reply per request can do: what arrives is taken for a request, and
 // a fixed reply goes back.
 //
-//   echo_server one PATH BYTES    one client at a time: accept, then receive and send till it leaves
-//   echo_server many PATH BYTES   any number of clients, one thread and poll
+//   echo_server one PATH BYTES    one client at a time: accept, then receive and send till it
+//   leaves echo_server many PATH BYTES   any number of clients, one thread and poll
 #include <poll.h>
 #include <unistd.h>
 

@@ -87,11 +87,13 @@ int main(int argc, char** argv) {
     if (std::string_view(argv[1]) == "ours") {
         KORA::HA::Daemon::DaemonLog log(directory, "/ours.log");
         const bench::Flusher flusher([&log] { log.writeLogToDisk(); });
-        bench::logBursts(load, [&log](const std::string& line) { log.set(line); }, times);
+        bench::logBursts(
+            load, [&log](const std::string& line) { log.set(line); }, times);
     } else {
         BareLog log(directory + "/bare.log");
         const bench::Flusher flusher([&log] { log.write(); });
-        bench::logBursts(load, [&log](const std::string& line) { log.set(line); }, times);
+        bench::logBursts(
+            load, [&log](const std::string& line) { log.set(line); }, times);
     }
     times.print();
     return 0;
