@@ -76,7 +76,7 @@ class DaemonLog::Impl {
     void format(std::string_view line) {
         const std::string_view begin = line.substr(0, support::lineLimit);
         scratch_.clear();
-        support::appendLogLine(scratch_, std::chrono::system_clock::now(), begin);
+        support::appendLogLine(scratch_, stamp_.at(std::chrono::system_clock::now()), begin);
         support::fitLine(scratch_, support::lineLimit, line.size() - begin.size());
     }
 
@@ -143,6 +143,7 @@ class DaemonLog::Impl {
     support::PendingLines lines_;
     support::BufferTrouble trouble_;  // after the first use: of the thread that flushes
     bool tried_ = false;
+    support::LineStamp stamp_;
     std::string scratch_;
 };
 

@@ -1,27 +1,18 @@
 #include "hasupport/logfile/line_format.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <ctime>
+
+#include "hasupport/logfile/plain_text.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
 
-void appendStamp(std::string& out, std::chrono::system_clock::time_point at) {
-    using std::chrono::microseconds;
-    const auto sinceEpoch = std::chrono::floor<microseconds>(at.time_since_epoch());
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-    const std::time_t whole = seconds.count();
-    std::tm utc{};
-    ::gmtime_r(&whole, &utc);
-    std::array<char, 64> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &utc);
-    out.append(text.data(), length);
-    std::array<char, 16> fraction{};
-    std::snprintf(fraction.data(), fraction.size(), ".%06dZ ",
-                  static_cast<int>((sinceEpoch - seconds).count()));
-    out.append(fraction.data());
+/// Puts a number of `width` digits before `end`.
+void putDigits(char* end, std::int64_t value, int width) {
+    auto rest = static_cast<std::uint32_t>(value);
+    for (int digit = 0; digit < width; ++digit, rest /= 10) {
+        *--end = static_cast<char>('0' + rest % 10);
+    }
 }
 
 void appendEscaped(std::string& out, char c) {
@@ -33,20 +24,48 @@ void appendEscaped(std::string& out, char c) {
 
 }  // namespace
 
-void appendLogLine(std::string& out, std::chrono::system_clock::time_point at,
-                   std::string_view text) {
-    appendStamp(out, at);
+std::string_view LineStamp::at(std::chrono::system_clock::time_point at) {
+    const auto second = std::chrono::floor<std::chrono::seconds>(at);
+    if (second != second_) {
+        setSecond(second);
+    }
+    const auto fraction = std::chrono::floor<std::chrono::microseconds>(at - second);
+    putDigits(text_.data() + 26, fraction.count(), 6);
+    return {text_.data(), text_.size()};
+}
+
+void LineStamp::setSecond(std::chrono::sys_seconds second) {
+    using namespace std::chrono;
+    const auto day = floor<days>(second);
+    const year_month_day date(day);
+    const hh_mm_ss time(second - day);
+    putDigits(text_.data() + 4, int{date.year()}, 4);
+    putDigits(text_.data() + 7, unsigned{date.month()}, 2);
+    putDigits(text_.data() + 10, unsigned{date.day()}, 2);
+    putDigits(text_.data() + 13, time.hours().count(), 2);
+    putDigits(text_.data() + 16, time.minutes().count(), 2);
+    putDigits(text_.data() + 19, time.seconds().count(), 2);
+    text_.back() = ' ';
+    second_ = second;
+}
+
+void appendLogLine(std::string& out, std::string_view stamp, std::string_view text) {
+    out.append(stamp);
     if (!text.empty() && text.back() == '\n') {
         text.remove_suffix(1);
     }
-    for (const char c : text) {
-        if (c == '\n') {
-            out.append("\n\t");
-        } else if (static_cast<unsigned char>(c) < 0x20U || c == '\x7f') {
-            appendEscaped(out, c);
-        } else {
-            out.push_back(c);
+    for (;;) {
+        const std::size_t plain = plainLength(text);
+        out.append(text.data(), plain);
+        if (plain == text.size()) {
+            break;
         }
+        if (text[plain] == '\n') {
+            out.append("\n\t");
+        } else {
+            appendEscaped(out, text[plain]);
+        }
+        text.remove_prefix(plain + 1);
     }
     out.push_back('\n');
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -8,12 +9,23 @@
 
 namespace KORA::HA::Daemon::support {
 
-/// Appends one stamped line, ended by a newline, to `out`: UTC time in ISO 8601 with microseconds,
-/// a blank, the text. Control characters become `\xNN`; one final newline is the line's own end; a
-/// newline inside becomes a newline and a tab, so that no text from outside can forge a line that
-/// begins with a stamp.
-void appendLogLine(std::string& out, std::chrono::system_clock::time_point at,
-                   std::string_view text);
+/// The stamp of a line: UTC time in ISO 8601 with microseconds, and a blank. Whole seconds are put
+/// into words once, however many lines they have.
+class LineStamp {
+  public:
+    std::string_view at(std::chrono::system_clock::time_point at);
+
+  private:
+    void setSecond(std::chrono::sys_seconds second);
+
+    std::chrono::sys_seconds second_ = std::chrono::sys_seconds::max();
+    std::array<char, 28> text_{"0000-00-00T00:00:00.000000Z"};
+};
+
+/// Appends one line, ended by a newline, to `out`: the stamp and the text. Control characters
+/// become `\xNN`; one final newline is the line's own end; a newline inside becomes a newline and a
+/// tab, so that no text from outside can forge a line that begins with a stamp.
+void appendLogLine(std::string& out, std::string_view stamp, std::string_view text);
 
 /// Cuts a line that is longer than `limit` bytes, or that lacks `missing` bytes already, and says
 /// in it how much is missing.

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "hasupport/logfile/checksum.h"
+#include "hasupport/logfile/plain_text.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -26,13 +27,13 @@ bool isFormattedLine(std::string_view text) {
     if (text.empty() || text.back() != '\n') {
         return false;
     }
-    for (std::size_t at = 0; at + 1 < text.size(); ++at) {
-        const auto byte = static_cast<unsigned char>(text[at]);
-        const bool continued = byte == '\n' && text[at + 1] == '\t';
-        const bool continuation = byte == '\t' && at > 0 && text[at - 1] == '\n';
-        if ((byte < 0x20U || byte == 0x7fU) && !continued && !continuation) {
+    text.remove_suffix(1);
+    // Inside, a newline with its tab is the only control character.
+    for (std::size_t plain = plainLength(text); plain < text.size(); plain = plainLength(text)) {
+        if (text.substr(plain, 2) != "\n\t") {
             return false;
         }
+        text.remove_prefix(plain + 2);
     }
     return true;
 }
@@ -60,8 +61,7 @@ std::size_t recordSize(std::size_t textSize) {
 }
 
 std::uint64_t recordCheck(std::uint64_t sequence, std::string_view text) {
-    const std::uint64_t numbers[2] = {sequence, text.size()};
-    return checksum(text, checksum({reinterpret_cast<const char*>(numbers), sizeof numbers}));
+    return checksum(text, sequence);
 }
 
 void putRecord(char* at, std::uint64_t sequence, std::string_view text) {

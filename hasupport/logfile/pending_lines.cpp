@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <limits>
 #include <utility>
 
@@ -12,6 +13,16 @@ namespace {
 
 constexpr std::size_t batchLimit = std::size_t{32} << 10U;
 constexpr std::uint64_t absurdSequence = largestLeftSequence / 2;
+
+// For so long a file that was whole is taken to be so: asking the kernel anew for each line of many
+// takes longer than the line itself.
+constexpr std::int64_t trustMilliseconds = 10;
+
+std::int64_t coarseMilliseconds() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
 
 }  // namespace
 
@@ -36,7 +47,10 @@ void PendingLines::saveProgress() {
 }
 
 void PendingLines::append(std::string_view line) {
-    abandonCutFile();
+    if (const std::int64_t now = coarseMilliseconds(); now - checkedAt_ > trustMilliseconds) {
+        abandonCutFile();
+        checkedAt_ = now;
+    }
     const std::size_t size = recordSize(line.size());
     char* const at = roomFor(size);
     if (at == nullptr) {

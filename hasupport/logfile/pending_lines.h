@@ -36,7 +36,8 @@ class PendingLines {
     bool outlives() const { return buffer_.outlives(); }
 
     /// Appends one whole line (with its newline) of at most `lineLimit` bytes. What does not fit
-    /// counts as lost.
+    /// counts as lost. A file cut under the map is noticed before it is touched, unless it was seen
+    /// to be whole within the last hundredth of a second.
     void append(std::string_view line);
     /// Counts lines that could not even be put together.
     void lose(std::uint64_t lines);
@@ -105,6 +106,7 @@ class PendingLines {
     std::array<SlabUse, slabCount> slabs_{};
     std::array<std::uint8_t, slabCount> order_{};  // slabs with waiting lines, oldest first
     std::size_t count_ = 0;
+    std::int64_t checkedAt_ = 0;  // when the file was last seen to be whole
 };
 
 }  // namespace KORA::HA::Daemon::support

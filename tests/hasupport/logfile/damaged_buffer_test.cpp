@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <random>
+#include <thread>
 
 #include "hasupport/daemon_log.h"
 #include "hasupport/logfile/buffer_layout.h"
@@ -171,6 +173,7 @@ TEST_F(DamagedBufferTest, OneCutUnderTheRunningLogCostsOnlyItsLines) {
     DaemonLog log(logDirectory(), "/test.log");
     log.set("gone");
     ASSERT_EQ(::truncate(bufferPath().c_str(), 0), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
     log.set("after");
     EXPECT_TRUE(log.writeLogToDisk());
     log.set("later");

@@ -12,7 +12,7 @@ const system_clock::time_point someTime{std::chrono::seconds(1700000000) + micro
 
 std::string formatted(std::string_view text, system_clock::time_point at = someTime) {
     std::string line;
-    appendLogLine(line, at, text);
+    appendLogLine(line, LineStamp().at(at), text);
     return line;
 }
 
@@ -26,6 +26,15 @@ TEST(LineFormat, StampsWithUtcAndMicroseconds) {
               "1969-12-31T23:59:59.999999Z x\n");
     EXPECT_EQ(formatted("leap", system_clock::time_point(std::chrono::seconds(951782400))),
               "2000-02-29T00:00:00.000000Z leap\n");
+}
+
+TEST(LineFormat, StampsTheLinesOfASecondAndOfTheNextAlike) {
+    LineStamp stamps;
+    const auto before = system_clock::time_point(std::chrono::seconds(1700000000));
+    EXPECT_EQ(stamps.at(before), "2023-11-14T22:13:20.000000Z ");
+    EXPECT_EQ(stamps.at(before + microseconds(999999)), "2023-11-14T22:13:20.999999Z ");
+    EXPECT_EQ(stamps.at(before + microseconds(1000000)), "2023-11-14T22:13:21.000000Z ");
+    EXPECT_EQ(stamps.at(before - microseconds(1)), "2023-11-14T22:13:19.999999Z ");
 }
 
 TEST(LineFormat, EscapesControlCharactersAndNothingElse) {
@@ -43,7 +52,7 @@ TEST(LineFormat, LetsNoTextForgeALine) {
 
 TEST(LineFormat, AppendsToWhatIsThere) {
     std::string line = "before\n";
-    appendLogLine(line, someTime, "text");
+    appendLogLine(line, LineStamp().at(someTime), "text");
     EXPECT_EQ(line, "before\n" + stamp + "text\n");
 }
 

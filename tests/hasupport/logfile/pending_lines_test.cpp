@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <string>
+#include <thread>
 
 #include "log_places.h"
 
@@ -278,6 +280,7 @@ TEST_F(KeptLinesTest, GoOnInTheirOwnMemoryWhenTheFileIsCutUnderTheMap) {
         drain(lines);
         lines.append(line(1));
         ASSERT_EQ(::truncate(bufferPath().c_str(), size), 0);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
         lines.append("2026-01-01T00:00:00.000000Z after\n");
         EXPECT_FALSE(lines.outlives());
         EXPECT_EQ(drain(lines), "2026-01-01T00:00:00.000000Z " + lossLine(1) +
