@@ -9,17 +9,17 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 
 namespace korahamonctl {
 namespace {
 
-constexpr time_t connectTimeoutSeconds = 3;
 constexpr std::size_t lineLimit = std::size_t{16} << 20U;
 
 // A local socket whose queue is full makes a connecting client wait, without an end by itself.
-bool limitWaiting(int fd) {
-    const timeval limit{connectTimeoutSeconds, 0};
+bool limitWaiting(int fd, int timeoutMs) {
+    const timeval limit{timeoutMs / 1000, timeoutMs % 1000 * 1000};
     return ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
 }
 
@@ -31,8 +31,14 @@ bool belongsToRoot(int fd) {
 
 }  // namespace
 
-DaemonClient::DaemonClient(const std::string& path, std::string& problem) {
-    problem = open(path);
+std::string secondsText(int milliseconds) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%g s", milliseconds / 1000.0);
+    return text.data();
+}
+
+DaemonClient::DaemonClient(const std::string& path, std::string& problem, int timeoutMs) {
+    problem = open(path, timeoutMs);
 }
 
 DaemonClient::~DaemonClient() {
@@ -41,7 +47,7 @@ DaemonClient::~DaemonClient() {
     }
 }
 
-std::string DaemonClient::open(const std::string& path) {
+std::string DaemonClient::open(const std::string& path, int timeoutMs) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) {
@@ -49,9 +55,10 @@ std::string DaemonClient::open(const std::string& path) {
     }
     path.copy(address.sun_path, path.size());
     fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd_ < 0 || !limitWaiting(fd_) ||
+    if (fd_ < 0 || !limitWaiting(fd_, timeoutMs) ||
         ::connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        return errno == EAGAIN ? "nobody was let in within 3 s" : std::strerror(errno);
+        return errno == EAGAIN ? "nobody was let in within " + secondsText(timeoutMs)
+                               : std::strerror(errno);
     }
     return belongsToRoot(fd_) ? "" : "the server there is not root's, so it is not believed";
 }

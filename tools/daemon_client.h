@@ -5,11 +5,15 @@
 
 namespace korahamonctl {
 
+/// "3 s", "0.75 s".
+std::string secondsText(int milliseconds);
+
 /// A connection to the daemon's status socket; believes only a server of root. Used by one thread.
 class DaemonClient {
   public:
-    /// Connects; what went wrong is in `problem`, empty when nothing did.
-    DaemonClient(const std::string& path, std::string& problem);
+    /// Connects, within `timeoutMs` (a local socket whose queue is full makes its clients wait);
+    /// what went wrong is in `problem`, empty when nothing did.
+    DaemonClient(const std::string& path, std::string& problem, int timeoutMs = 3000);
     ~DaemonClient();
     DaemonClient(const DaemonClient&) = delete;
     DaemonClient& operator=(const DaemonClient&) = delete;
@@ -21,7 +25,7 @@ class DaemonClient {
     std::optional<std::string> receive(int timeoutMs);
 
   private:
-    std::string open(const std::string& path);
+    std::string open(const std::string& path, int timeoutMs);
 
     int fd_ = -1;
     std::string buffer_;

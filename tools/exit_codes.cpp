@@ -16,7 +16,7 @@ struct Codes {
 constexpr const char* usage = "wrong usage";
 constexpr const char* noAnswer = "the daemon does not answer";
 
-constexpr std::array<Codes, 10> table = {{
+constexpr std::array<Codes, 12> table = {{
     {"status",
      {"all is well (a resynchronisation alone is well)",
       "the peer is not alive, DRBD is not connected, a disk of either node is in error handling, "
@@ -44,6 +44,8 @@ constexpr std::array<Codes, 10> table = {{
      {"nothing is left",
       "something is, because a daemon runs and writes it itself, or because it cannot be written",
       usage, nullptr}},
+    {"metrics", {"told", "they cannot be written", usage, noAnswer}},
+    {"exporter", {"told to end", "it cannot serve there", usage, nullptr}},
 }};
 
 constexpr Codes others = {"", {"done", "something is wrong", usage, nullptr}};

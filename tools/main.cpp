@@ -14,6 +14,7 @@
 #include "tools/doctor_command.h"
 #include "tools/exit_codes.h"
 #include "tools/explain_command.h"
+#include "tools/exporter/commands.h"
 #include "tools/flush_command.h"
 #include "tools/log_command.h"
 #include "tools/message_table.h"
@@ -213,6 +214,7 @@ int main(int argc, char** argv) try {
     addSupportBundle(app, status, bundle, result);
     addExplain(app, words, result);
     addLog(app, log, logWords, result);
+    addExporterCommands(app, status, result);
     addExitCodes(app);
     try {
         app.parse(argc, argv);

@@ -43,25 +43,29 @@ std::optional<Json::Value> parseStatus(const std::string& line, std::string& pro
     return value;
 }
 
-StatusAnswer askStatus(const std::string& socketPath) {
+StatusAnswer askDaemon(const std::string& socketPath, const std::string& request, int timeoutMs) {
     StatusAnswer answer;
-    DaemonClient client(socketPath, answer.problem);
+    DaemonClient client(socketPath, answer.problem, timeoutMs);
     if (!answer.problem.empty()) {
         answer.problem = visible(socketPath) + ": " + answer.problem;
         return answer;
     }
-    if (!client.send(R"({"request":"status"})")) {
+    if (!client.send(R"({"request":")" + request + R"("})")) {
         answer.problem = "it has left";
         return answer;
     }
-    auto line = client.receive(answerTimeoutMs);
+    auto line = client.receive(timeoutMs);
     if (!line) {
-        answer.problem = "no complete reply within 3 s";
+        answer.problem = "no complete reply within " + secondsText(timeoutMs);
         return answer;
     }
     answer.line = std::move(*line);
     answer.status = parseStatus(answer.line, answer.problem);
     return answer;
+}
+
+StatusAnswer askStatus(const std::string& socketPath) {
+    return askDaemon(socketPath, "status", answerTimeoutMs);
 }
 
 }  // namespace korahamonctl

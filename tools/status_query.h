@@ -18,7 +18,11 @@ struct StatusAnswer {
     std::string problem;                ///< why there was none; safe to print
 };
 
-/// Asks the daemon behind a socket. Takes a few seconds at most.
+/// Asks the daemon behind a socket for its "status", or its "history"; connecting and answering may
+/// each take as long as the time-out.
+StatusAnswer askDaemon(const std::string& socketPath, const std::string& request, int timeoutMs);
+
+/// Asks for the status. Takes a few seconds at most.
 StatusAnswer askStatus(const std::string& socketPath);
 
 }  // namespace korahamonctl
