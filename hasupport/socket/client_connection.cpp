@@ -79,6 +79,7 @@ void ClientConnection::handleLines(RequestHandler& handler, SteadyClock::time_po
             return;
         }
         lastRequest_ = now;
+        heard_ = true;
         halfLineSince_.reset();
         handler.handle(*this, *line);
         send(now);

@@ -52,6 +52,8 @@ class ClientConnection {
     /// Since when the client has been without a complete request.
     SteadyClock::time_point lastRequest() const { return lastRequest_; }
     SteadyClock::time_point since() const { return since_; }  ///< when it came
+    /// Has asked something, and has been told all that it asked for so far.
+    bool isHeard() const { return heard_ && replies_.isEmpty(); }
 
   private:
     bool hasRequest() const;
@@ -69,6 +71,7 @@ class ClientConnection {
     bool ended_ = false;    // the client sends no more
     bool refused_ = false;  // and no more is taken from it
     bool watching_ = false;
+    bool heard_ = false;
     std::uint64_t changeTold_ = 0;
     SteadyClock::time_point toldAt_;
     SteadyClock::time_point since_;

@@ -137,25 +137,49 @@ std::size_t ClientDoor::watcherCount() const {
                       [](const Client& client) { return client->isWatching(); }));
 }
 
-ClientDoor::Clients::iterator ClientDoor::mostIdle() {
-    return std::min_element(clients_.begin(), clients_.end(), [](const Client& a, const Client& b) {
-        return std::pair(a->isWatching(), a->lastRequest()) <
-               std::pair(b->isWatching(), b->lastRequest());
-    });
+bool ClientDoor::onlyWatchers() const {
+    return watcherCount() == clients_.size();
 }
 
-/// While the client that would have to go has only just come, the next one waits: else a flood
-/// would push everyone out before being heard.
-SteadyClock::time_point ClientDoor::acceptsAgainAt() {
+/// A client that has only just come keeps its place until it is heard: else a flood would push
+/// everyone out before that. Those that watch go when there is nobody else.
+SteadyClock::time_point ClientDoor::mayGoAt(const ClientConnection& client) const {
+    if (client.isWatching() && !onlyWatchers()) {
+        return SteadyClock::time_point::max();
+    }
+    return client.isHeard() ? client.since() : client.since() + limits_.grace;
+}
+
+/// When all places are taken, the next client waits until one of the others may go.
+SteadyClock::time_point ClientDoor::acceptsAgainAt() const {
     if (clients_.size() < limits_.clients) {
         return pausedUntil_;
     }
-    return std::max(pausedUntil_, (*mostIdle())->since() + limits_.grace);
+    auto earliest = SteadyClock::time_point::max();
+    for (const Client& client : clients_) {
+        earliest = std::min(earliest, mayGoAt(*client));
+    }
+    return std::max(pausedUntil_, earliest);
+}
+
+/// Of those that may go, the one that has been without a complete request longest goes.
+void ClientDoor::makeRoom() {
+    auto leaving = clients_.end();
+    for (auto at = clients_.begin(); at != clients_.end(); ++at) {
+        const bool isBefore =
+            leaving == clients_.end() || (*at)->lastRequest() < (*leaving)->lastRequest();
+        if (mayGoAt(**at) <= now_ && isBefore) {
+            leaving = at;
+        }
+    }
+    if (leaving != clients_.end()) {
+        clients_.erase(leaving);
+    }
 }
 
 void ClientDoor::takeIn(UniqueFd fd) {
     if (clients_.size() >= limits_.clients) {
-        clients_.erase(mostIdle());
+        makeRoom();
     }
     // A client that does not read shows early, and holds little of the kernel's memory.
     ::setsockopt(fd.get(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof(sendBufferBytes));

@@ -40,8 +40,10 @@ class ClientDoor : public Door, private RequestHandler {
 
     bool acceptClients();
     void takeIn(UniqueFd fd);
-    Clients::iterator mostIdle();
-    SteadyClock::time_point acceptsAgainAt();
+    bool onlyWatchers() const;
+    SteadyClock::time_point mayGoAt(const ClientConnection& client) const;
+    SteadyClock::time_point acceptsAgainAt() const;
+    void makeRoom();
 
     int listener_;
     ClientLimits limits_;

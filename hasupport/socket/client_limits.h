@@ -12,7 +12,8 @@ struct ClientLimits {
     std::size_t watchers = 8;  ///< of them
     /// A client may sit on half a line, or on unread replies, for so long.
     SteadyClock::duration patience = std::chrono::seconds(5);
-    /// A new client keeps its place for so long, however many others want it.
+    /// A new client that has not been heard yet keeps its place for so long, however many others
+    /// want it.
     SteadyClock::duration grace = Milliseconds(20);
     SteadyClock::duration lookEvery = std::chrono::seconds(1);  ///< for changes, while one watches
     SteadyClock::duration signOfLife = std::chrono::seconds(30);

@@ -11,15 +11,44 @@
 namespace KORA::HA::Daemon::support {
 namespace {
 
-constexpr std::chrono::minutes keptSpan{60};
+constexpr std::uint32_t keptSeconds = 3600;
 constexpr std::size_t samplesLimit = 8192;
 constexpr std::size_t eventsLimit = 64;
 constexpr std::size_t eventTextLimit = 256;
 
+/// Small, because an hour of them stays in locked memory. What follows from its place in the row is
+/// left out.
 struct KeptSample {
-    Sample sample;
-    SteadyClock::time_point steady;  // wall time may be set back and must not decide what is old
+    std::uint64_t wallMs : 44;
+    std::uint64_t kind : 4;
+    std::uint64_t sent : 8;
+    std::uint64_t answered : 8;
+    std::uint32_t steadySeconds;  // wall time may be set back and must not decide what is old
+    float value;
 };
+static_assert(sizeof(KeptSample) == 16);
+constexpr std::uint64_t wallMask = (std::uint64_t{1} << 44U) - 1;
+
+std::uint32_t secondsOf(SteadyClock::time_point time) {
+    return static_cast<std::uint32_t>(
+        std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count());
+}
+
+std::uint64_t millisecondsOf(std::chrono::system_clock::time_point time) {
+    constexpr auto most = static_cast<std::int64_t>(wallMask);
+    const auto since =
+        std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
+    return static_cast<std::uint64_t>(std::clamp(std::int64_t{since}, std::int64_t{0}, most));
+}
+
+Sample unpacked(const KeptSample& kept, std::uint64_t sequence) {
+    return {sequence,
+            std::chrono::system_clock::time_point(std::chrono::milliseconds(kept.wallMs)),
+            static_cast<SampleKind>(kept.kind),
+            kept.value,
+            static_cast<std::uint8_t>(kept.sent),
+            static_cast<std::uint8_t>(kept.answered)};
+}
 
 struct History {
     std::mutex mutex;  // guards everything below
@@ -29,8 +58,9 @@ struct History {
     std::uint64_t lastEvent = 0;
 
     void forgetOld(SteadyClock::time_point now) {
-        while (!samples.empty() &&
-               (now - samples.front().steady > keptSpan || samples.size() > samplesLimit)) {
+        const std::uint32_t seconds = secondsOf(now);
+        while (!samples.empty() && (seconds - samples.front().steadySeconds > keptSeconds ||
+                                    samples.size() > samplesLimit)) {
             samples.pop_front();
         }
     }
@@ -42,9 +72,9 @@ History& history() {
     return kept;
 }
 
-std::uint16_t narrow(unsigned count) {
-    constexpr unsigned most = std::numeric_limits<std::uint16_t>::max();
-    return static_cast<std::uint16_t>(std::min(count, most));
+std::uint8_t narrow(unsigned count) {
+    constexpr unsigned most = std::numeric_limits<std::uint8_t>::max();
+    return static_cast<std::uint8_t>(std::min(count, most));
 }
 
 std::string printable(std::string_view text) {
@@ -57,13 +87,13 @@ std::string printable(std::string_view text) {
 }  // namespace
 
 void noteSample(SampleKind kind, float value, unsigned sent, unsigned answered) try {
-    const auto wall = std::chrono::system_clock::now();
+    const auto wall = millisecondsOf(std::chrono::system_clock::now());
     const auto now = SteadyClock::now();
     History& kept = history();
     const std::lock_guard lock(kept.mutex);
-    const std::uint64_t sequence = kept.lastSample + 1;
-    kept.samples.push_back({{sequence, wall, kind, value, narrow(sent), narrow(answered)}, now});
-    kept.lastSample = sequence;
+    kept.samples.push_back({wall & wallMask, static_cast<std::uint64_t>(kind) & 0xfU, narrow(sent),
+                            narrow(answered), secondsOf(now), value});
+    ++kept.lastSample;
     kept.forgetOld(now);
 } catch (const std::bad_alloc&) {
     return;  // a history with a gap is better than a probe that fails
@@ -88,13 +118,12 @@ std::vector<Sample> samplesAfter(std::uint64_t after, std::size_t limit) {
     History& kept = history();
     const std::lock_guard lock(kept.mutex);
     kept.forgetOld(SteadyClock::now());
-    const auto first = std::partition_point(
-        kept.samples.begin(), kept.samples.end(),
-        [after](const KeptSample& one) { return one.sample.sequence <= after; });
-    const auto left = static_cast<std::size_t>(kept.samples.end() - first);
-    found.reserve(std::min(left, limit));
-    for (auto at = first; at != kept.samples.end() && found.size() < limit; ++at) {
-        found.push_back(at->sample);
+    const std::uint64_t forgotten = kept.lastSample - kept.samples.size();
+    const std::uint64_t first = std::clamp(after, forgotten, kept.lastSample);
+    const std::uint64_t end = first + std::min<std::uint64_t>(kept.lastSample - first, limit);
+    found.reserve(end - first);
+    for (std::uint64_t sequence = first; sequence < end; ++sequence) {
+        found.push_back(unpacked(kept.samples[sequence - forgotten], sequence + 1));
     }
     return found;
 }

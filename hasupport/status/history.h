@@ -17,8 +17,8 @@ struct Sample {
     std::chrono::system_clock::time_point at;
     SampleKind kind = SampleKind::hbLatency;
     float value = 0.0F;
-    std::uint16_t sent = 0;  ///< echoes sent and answered; 0 for a rate
-    std::uint16_t answered = 0;
+    std::uint8_t sent = 0;  ///< echoes sent and answered; 0 for a rate
+    std::uint8_t answered = 0;
 };
 
 struct Event {
@@ -28,7 +28,7 @@ struct Event {
 };
 
 /// Keeps the samples of the last 60 minutes (8,192 at most: both kinds once a second) and the last
-/// 64 events. Any thread; never throws: what finds no memory is not kept.
+/// 64 events, times in milliseconds. Any thread; never throws: what finds no memory is not kept.
 void noteSample(SampleKind kind, float value, unsigned sent = 0, unsigned answered = 0);
 void noteEvent(std::string_view text);
 

@@ -203,6 +203,22 @@ TEST(ClientDoor, TakesAClientInThoughAllOthersAreBusy) {
     stop = true;
 }
 
+TEST(ClientDoor, TakesThePlaceOfWhoeverIsAnsweredBeforeThatOfWhoeverHasNotSpokenYet) {
+    ClientLimits limits;
+    limits.grace = 1h;
+    RunningDoor door(limits);
+    LineClient silent(door.path());
+    ASSERT_TRUE(eventually([&] { return door.clientCount() == 1; }));
+    std::list<LineClient> answered;
+    for (int count = 0; count < 200; ++count) {
+        answered.emplace_back(door.path());
+        ASSERT_EQ(answered.back().ask("status")["version"], 1);
+    }
+    EXPECT_LE(door.clientCount(), 15U);
+    EXPECT_TRUE(answered.front().isClosed());
+    EXPECT_EQ(silent.ask("status")["version"], 1);
+}
+
 TEST(ClientDoor, TellsWatchersAboutChangesOnly) {
     RunningDoor door(impatient());
     LineClient watcher(door.path());
