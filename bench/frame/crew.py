@@ -1,0 +1,88 @@
+"""All programs that are compared over time, each in nodes of its own, at the same time."""
+
+import contextlib
+import time
+from dataclasses import dataclass
+
+from harness import joined_nodes, one_node
+
+from . import related
+from .pair import live_pair
+from .programs import cpu_ns, status_field, wait_until, wake_ups
+from .related import Related
+
+
+@dataclass
+class Member:
+    """`pids` yields the processes that count."""
+
+    name: str
+    pids: object
+
+    def locked(self):
+        return sum(status_field(pid, "VmLck") for pid in self.pids())
+
+    def resident(self):
+        return sum(status_field(pid, "VmRSS") for pid in self.pids())
+
+    def cpu(self):
+        return sum(cpu_ns(pid) for pid in self.pids())
+
+    def wakes(self):
+        return sum(wake_ups(pid) for pid in self.pids())
+
+
+def has_threads(program):
+    return status_field(program.pids()[0], "Threads") == 9
+
+
+def skeleton(node):
+    words = [node.address, f"10.77.0.{3 - node.number}", "link0", "/tmp/skeleton.socket"]
+    return Related(node, "skeleton", "/mnt/build/bin/bench_skeleton", *words, "/var/log/ha/record")
+
+
+@contextlib.contextmanager
+def two(machine, start, *, offered=True):
+    """The same program in two joined nodes; the first one's counts."""
+    with joined_nodes(machine.build) as (node1, node2):
+        if offered:
+            related.offer(machine, node1)
+            related.offer(machine, node2)
+        first, _ = start(node1), start(node2)
+        time.sleep(1)
+        yield Member(first.name, first.pids)
+
+
+@contextlib.contextmanager
+def one(machine, start):
+    with one_node(machine.build) as node:
+        related.offer(machine, node)
+        program = start(node)
+        time.sleep(1)
+        yield Member(program.name, program.pids)
+
+
+@contextlib.contextmanager
+def floor(machine):
+    with one_node(machine.build) as node:
+        program = Related(node, "floor", "/mnt/build/bin/bench_floor")
+        wait_until("the floor has its threads", lambda: has_threads(program))
+        yield Member("floor", program.pids)
+
+
+@contextlib.contextmanager
+def crew(machine):
+    """Members by name, and two of them as they are: the node and the daemon of this product."""
+    with contextlib.ExitStack() as stack:
+        node, _, daemon, _ = stack.enter_context(live_pair(machine))
+        members = [Member("ours", lambda: [daemon.pid])]
+        members += [
+            stack.enter_context(two(machine, skeleton, offered=False)),
+            stack.enter_context(two(machine, related.corosync)),
+            stack.enter_context(two(machine, related.keepalived)),
+            stack.enter_context(two(machine, related.monit)),
+            stack.enter_context(one(machine, related.node_exporter)),
+            stack.enter_context(floor(machine)),
+        ]
+        yield {each.name: each for each in members}, node, daemon
+
