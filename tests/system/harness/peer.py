@@ -95,3 +95,17 @@ def connect(node, address):
     made.bind((node.address, 0))
     made.connect((address, PORT))
     return made
+
+
+def ask(node, address, key, payload):
+    """An honest exchange with the daemon of the other node; returns the answer's JSON text."""
+    with connect(node, address) as connection:
+        nonce = os.urandom(NONCE_BYTES)
+        connection.sendall(frame(HELLO, nonce + key_id(key)))
+        _, challenge = receive_frame(connection)
+        body = seal(key, REQUEST, nonce, challenge[:NONCE_BYTES], payload)
+        connection.sendall(frame(REQUEST, body))
+        kind, answer = receive_frame(connection)
+    if kind != REPLY:
+        raise ConnectionError(f"refused: {answer!r}")
+    return answer[32:]
