@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/exporter/exporter.h"
 
+#include <memory>
+#include <utility>
+
+#include "tools/exporter/event_stream.h"
 #include "tools/exporter/metrics.h"
 
 namespace korahamonctl {
 namespace {
 
+constexpr int unavailable = 503;
 constexpr const char* metricsType = "text/plain; version=0.0.4; charset=utf-8";
 
 }  // namespace
@@ -15,6 +20,29 @@ Exporter::Exporter(const StatusOptions& status, const std::vector<std::string>& 
     door_.Get("/metrics", [this](const httplib::Request&, httplib::Response& response) {
         response.set_content(metricsText(), metricsType);
     });
+    door_.Get("/", [this](const httplib::Request&, httplib::Response& response) {
+        response.set_header("Content-Security-Policy", page_.policy);
+        response.set_content(page_.html, "text/html; charset=utf-8");
+    });
+    door_.Get("/events", [this](const httplib::Request& request, httplib::Response& response) {
+        if (request.method == "GET") {
+            follow(response);
+        }
+    });
+}
+
+void Exporter::follow(httplib::Response& response) {
+    auto place = StreamPlace::take(streams_);
+    if (!place) {
+        ++door_.refused.stream;
+        response.status = unavailable;
+        response.set_header("Retry-After", "5");
+        return;
+    }
+    auto stream = std::make_shared<EventStream>(std::move(place), observer_, stopping_);
+    response.set_chunked_content_provider(
+        "text/event-stream",
+        [stream](std::size_t, httplib::DataSink& sink) { return stream->sendNext(sink); });
 }
 
 int Exporter::bind(const ListenAddress& address) {

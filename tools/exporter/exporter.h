@@ -8,6 +8,7 @@
 #include "tools/exporter/http_door.h"
 #include "tools/exporter/listen_address.h"
 #include "tools/exporter/observer.h"
+#include "tools/exporter/page.h"
 #include "tools/status_command.h"
 
 namespace korahamonctl {
@@ -25,7 +26,9 @@ class Exporter {
 
   private:
     std::string metricsText();
+    void follow(httplib::Response& response);
 
+    const Page page_ = makePage();
     Observer observer_;
     HttpDoor door_;
     std::atomic<int> streams_{0};
