@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include "tools/paces.h"
 #include "tools/status_judgement.h"
 #include "tools/status_query.h"
+#include "tools/status_words.h"
 
 namespace korahamonctl {
 namespace {
@@ -41,12 +41,6 @@ struct Finding {
     int code = pluginOk;
     std::string text;
 };
-
-std::string formatted(const char* form, double value) {
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), form, value);
-    return text.data();
-}
 
 // What is wrong outweighs what is not known, and that outweighs what is only slow.
 int weight(int code) {

@@ -19,7 +19,7 @@ constexpr std::size_t lineLimit = std::size_t{16} << 20U;
 
 // A local socket whose queue is full makes a connecting client wait, without an end by itself.
 bool limitWaiting(int fd, int timeoutMs) {
-    const timeval limit{timeoutMs / 1000, timeoutMs % 1000 * 1000};
+    const timeval limit{timeoutMs / 1000, timeoutMs % 1000 * 1000L};
     return ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
 }
 
@@ -72,27 +72,46 @@ bool DaemonClient::send(const std::string& line) const {
 std::optional<std::string> DaemonClient::receive(int timeoutMs) {
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    std::array<char, 4096> chunk{};
-    std::size_t searched = 0;
     for (;;) {
-        if (const auto newline = buffer_.find('\n', searched); newline != std::string::npos) {
-            std::string line = buffer_.substr(0, newline);
-            buffer_.erase(0, newline + 1);
+        if (auto line = nextLine()) {
             return line;
         }
-        searched = buffer_.size();
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
         pollfd waiting{fd_, POLLIN, 0};
         const int ready = left > 0 ? ::poll(&waiting, 1, static_cast<int>(left)) : 0;
         if (ready < 0 && errno == EINTR) {
             continue;
         }
-        const ssize_t got = ready > 0 ? ::recv(fd_, chunk.data(), chunk.size(), MSG_DONTWAIT) : 0;
-        if (got <= 0 || buffer_.size() > lineLimit) {
+        if (ready <= 0 || !takeWhatCame()) {
             return std::nullopt;
         }
-        buffer_.append(chunk.data(), static_cast<std::size_t>(got));
     }
+}
+
+bool DaemonClient::takeWhatCame() {
+    std::array<char, 4096> chunk{};
+    for (;;) {
+        const ssize_t got = ::recv(fd_, chunk.data(), chunk.size(), MSG_DONTWAIT);
+        if (got > 0) {
+            buffer_.append(chunk.data(), static_cast<std::size_t>(got));
+            return buffer_.size() <= lineLimit;
+        }
+        if (got == 0 || errno != EINTR) {
+            return got < 0 && errno == EAGAIN;
+        }
+    }
+}
+
+std::optional<std::string> DaemonClient::nextLine() {
+    const auto newline = buffer_.find('\n', searched_);
+    if (newline == std::string::npos) {
+        searched_ = buffer_.size();
+        return std::nullopt;
+    }
+    std::string line = buffer_.substr(0, newline);
+    buffer_.erase(0, newline + 1);
+    searched_ = 0;
+    return line;
 }
 
 }  // namespace korahamonctl

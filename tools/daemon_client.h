@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -24,11 +25,19 @@ class DaemonClient {
     /// left.
     std::optional<std::string> receive(int timeoutMs);
 
+    // For who waits for other things too:
+    int descriptor() const { return fd_; }
+    /// Takes what has come, without waiting; false when the daemon has left or says too much.
+    bool takeWhatCame();
+    /// The next complete line of what was taken.
+    std::optional<std::string> nextLine();
+
   private:
     std::string open(const std::string& path, int timeoutMs);
 
     int fd_ = -1;
     std::string buffer_;
+    std::size_t searched_ = 0;  // so much of the buffer holds no end of a line
 };
 
 }  // namespace korahamonctl

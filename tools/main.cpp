@@ -41,7 +41,9 @@ void addStatus(CLI::App& app, StatusOptions& options, int& result) {
     status->callback([&] { result = showStatus(options, std::cout, std::cerr); });
     auto* watch = app.add_subcommand("watch", "Show the health now and after every change");
     watch->add_flag("--json", options.json, "One JSON object per line");
-    watch->callback([&] { result = watchStatus(options, std::cout, std::cerr); });
+    watch->add_flag("--lines", options.lines,
+                    "One line per change also on a terminal, instead of the full-screen view");
+    watch->callback([&] { result = watchPair(options, std::cout, std::cerr); });
 }
 
 CLI::App* addCheck(CLI::App& app, StatusOptions& options, int& result) {

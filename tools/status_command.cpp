@@ -17,6 +17,7 @@
 #include "tools/status_query.h"
 #include "tools/status_view.h"
 #include "tools/visible.h"
+#include "tools/watch/live_view.h"
 
 namespace korahamonctl {
 namespace {
@@ -67,6 +68,18 @@ int showStatus(const StatusOptions& options, std::ostream& out, std::ostream& er
         printStatus(*answer.status, paces, out);
     }
     return concernsIn(*answer.status, paces).empty() ? exitFine : exitConcern;
+}
+
+int watchPair(const StatusOptions& options, std::ostream& out, std::ostream& err) {
+    if (options.json || options.lines || !watch::isOnTerminal()) {
+        return watchStatus(options, out, err);
+    }
+    std::string problem;
+    if (const auto result = watch::showLive(options, problem)) {
+        return *result;
+    }
+    err << "korahamonctl: " << problem << ", so here is a line for each change\n";
+    return watchStatus(options, out, err);
 }
 
 int watchStatus(const StatusOptions& options, std::ostream& out, std::ostream& err) {

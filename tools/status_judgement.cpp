@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "tools/status_words.h"
 #include "tools/visible.h"
 
 namespace korahamonctl {
@@ -28,11 +29,6 @@ constexpr std::array<Group, 8> groups = {{
     {"hbLatency", true, true, nullptr},
     {"netNonOkRate", true, true, nullptr},
 }};
-
-const Json::Value& member(const Json::Value& object, const std::string& key) {
-    static const Json::Value none;
-    return object.isObject() ? object[key] : none;
-}
 
 bool isValue(const Json::Value& value) {
     return value.isBool() || value.isNumeric();

@@ -1,60 +1,14 @@
 #include "tools/status_view.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <iomanip>
 #include <ostream>
 
 #include "tools/status_judgement.h"
-#include "tools/visible.h"
+#include "tools/status_words.h"
 
 namespace korahamonctl {
 namespace {
-
-constexpr std::size_t textLimit = 300;
-constexpr Json::ArrayIndex namesLimit = 32;
-
-struct Row {
-    const char* key;
-    const char* label;
-    const char* whenTrue;
-    const char* whenFalse;
-    bool ofPeer;
-};
-
-constexpr std::array<Row, 6> flags = {{
-    {"remoteAlive", "peer", "alive", "NOT ALIVE", false},
-    {"drbdConnected", "DRBD", "connected", "NOT CONNECTED", false},
-    {"localMDResync", "arrays here", "resynchronising", "no resync", false},
-    {"remoteMDResync", "arrays of the peer", "resynchronising", "no resync", true},
-    {"localDiskErrHandling", "disks here", "ERROR HANDLING", "no error handling", false},
-    {"remoteDiskErrHandling", "disks of the peer", "ERROR HANDLING", "no error handling", true},
-}};
-
-const Json::Value& member(const Json::Value& object, const char* key) {
-    static const Json::Value none;
-    return object.isObject() ? object[key] : none;
-}
-
-std::string textOf(const Json::Value& value, const char* otherwise) {
-    return value.isString() ? visible(value.asString(), textLimit) : otherwise;
-}
-
-std::string formatted(const char* form, double value) {
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), form, value);
-    return text.data();
-}
-
-bool isTrue(const Json::Value& value) {
-    return value.isBool() && value.asBool();
-}
-
-std::string roleOf(const Json::Value& status) {
-    const Json::Value& active = member(status, "active");
-    return !active.isBool() ? "unknown" : active.asBool() ? "active" : "passive";
-}
 
 std::string valueText(const Json::Value& status, const char* key, const Paces& paces,
                       const std::string& known) {
@@ -78,22 +32,6 @@ std::string valueText(const Json::Value& status, const char* key, const Paces& p
 
 std::string numberText(const Json::Value& value, const char* form) {
     return value.isNumeric() ? formatted(form, value.asDouble()) : std::string();
-}
-
-std::string more(const Json::Value& list) {
-    return "and " + std::to_string(list.size() - namesLimit) + " more";
-}
-
-std::string joined(const Json::Value& list) {
-    std::string text;
-    for (Json::ArrayIndex i = 0; i < std::min(list.size(), namesLimit); ++i) {
-        text += (i == 0 ? "" : ", ") + textOf(list[i], "?");
-    }
-    return list.size() <= namesLimit ? text : text + ", " + more(list);
-}
-
-bool hasItems(const Json::Value& list) {
-    return list.isArray() && !list.empty();
 }
 
 void line(std::ostream& out, const std::string& label, const std::string& text) {
@@ -135,9 +73,8 @@ void printDaemon(const Json::Value& status, std::ostream& out) {
 
 void printStatus(const Json::Value& status, const Paces& paces, std::ostream& out) {
     line(out, "this node", roleOf(status));
-    for (const Row& row : flags) {
-        const char* known = isTrue(member(status, row.key)) ? row.whenTrue : row.whenFalse;
-        line(out, row.label, valueText(status, row.key, paces, known));
+    for (const FlagWords& row : flagWords) {
+        line(out, row.label, valueText(status, row.key, paces, wordOf(row, status)));
     }
     line(out, "heartbeat",
          valueText(status, "hbLatency", paces, numberText(member(status, "hbLatency"), "%.3f ms")));
@@ -149,11 +86,11 @@ void printStatus(const Json::Value& status, const Paces& paces, std::ostream& ou
     printArrays(member(status, "degradedArrays"), out);
     const Json::Value& constraints = member(status, "constraints");
     if (constraints.isArray()) {
-        for (Json::ArrayIndex i = 0; i < std::min(constraints.size(), namesLimit); ++i) {
+        for (Json::ArrayIndex i = 0; i < std::min(constraints.size(), shownItems); ++i) {
             line(out, "no restart because", textOf(constraints[i], "?"));
         }
-        if (constraints.size() > namesLimit) {
-            line(out, "", more(constraints));
+        if (constraints.size() > shownItems) {
+            line(out, "", moreOf(constraints));
         }
     } else {
         line(out, "no restart because", "unknown");
@@ -166,14 +103,13 @@ std::string oneLine(const Json::Value& status, const Paces& paces) {
     std::string text = roleOf(status);
     const Json::Value& reached = member(status, "remoteAlive");
     const bool away = reached.isBool() && !reached.asBool();
-    for (const Row& row : flags) {
+    for (const FlagWords& row : flagWords) {
         if (row.ofPeer && away) {
             continue;
         }
         const Knowledge knowledge = knowledgeOf(status, row.key, paces);
-        const char* value = isTrue(member(status, row.key)) ? row.whenTrue : row.whenFalse;
         text += std::string("; ") + row.label + ": " +
-                (knowledge == Knowledge::unknown ? "unknown" : value) +
+                (knowledge == Knowledge::unknown ? "unknown" : wordOf(row, status)) +
                 (knowledge == Knowledge::stale ? " (STALE)" : "");
     }
     if (!away && knowledgeOf(status, "hbLatency", paces) == Knowledge::known) {

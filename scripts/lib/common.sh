@@ -29,7 +29,7 @@ install_missing() {
 
 # shellcheck disable=SC2034 # used by the scripts that source this file
 build_packages=(g++ cmake ninja-build pkg-config libboost-thread-dev libboost-chrono-dev
-    libboost-system-dev libjsoncpp-dev libsodium-dev libcli11-dev
+    libboost-system-dev libjsoncpp-dev libsodium-dev libncurses-dev libcli11-dev
     prometheus-cpp-dev libcpp-httplib-dev libgtest-dev libgmock-dev
     python3 iproute2 iputils-ping util-linux procps xz-utils)
 

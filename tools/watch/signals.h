@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <csignal>
+
+#include "hasupport/io/unique_fd.h"
+
+namespace korahamonctl::watch {
+
+/// The signals that a program on a terminal gets, as something to read: none of them interrupts
+/// anything. As long as this lives they are blocked. Used by one thread, in a process of one
+/// thread.
+class Signals {
+  public:
+    Signals();
+    ~Signals();
+    Signals(const Signals&) = delete;
+    Signals& operator=(const Signals&) = delete;
+
+    int descriptor() const { return fd_.get(); }
+    /// The next one that came; 0 when there is none.
+    int next();
+    /// Lets the signal do what it does by itself: stop the process, or end it.
+    void obey(int signal);
+
+  private:
+    sigset_t before_{};
+    KORA::HA::Daemon::support::UniqueFd fd_;
+};
+
+}  // namespace korahamonctl::watch
