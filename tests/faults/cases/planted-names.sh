@@ -1,6 +1,6 @@
 # What an ordinary user plants in /tmp under the daemon's names before the daemon starts as root.
 # With /tmp/ha made by root, as documented, nothing of root's is overwritten, removed or disclosed;
-# what happens without it is shown, too. See docs/failures.md.
+# what happens without it is shown, too. See docs/security.md.
 # shellcheck shell=bash disable=SC2154,SC2016
 
 socket=/tmp/.ha_daemon.socket
@@ -151,11 +151,23 @@ if [ -z "$(node_run prepared ls /tmp/ha)" ] && node_run prepared test -O /tmp/ha
 else
     fail "the user got into /tmp/ha"
 fi
-for kind in "ln -s $secrets/file" "ln -s $secrets/new" mkfifo mkdir; do
+is_active() { answers "$1" | grep -q '"active": *true'; }
+for kind in "ln -s $secrets/file" "ln -s $secrets/new" mkfifo mkdir touch listener; do
     as_user prepared rm -rf /tmp/ha_role_active
     # shellcheck disable=SC2086 # a command and its first argument
-    as_user prepared $kind /tmp/ha_role_active
+    if [ "$kind" = listener ]; then
+        listen_as prepared user /tmp/ha_role_active
+    else
+        as_user prepared $kind /tmp/ha_role_active
+    fi
     serves prepared "a role marker made with ${kind%% *}"
+    # The marker alone is what is looked at, so whoever makes it speaks for the role; through a link,
+    # whether there is something at its end.
+    if [ "$kind" = "ln -s $secrets/new" ]; then
+        check "a link to nothing is no marker" eval '! is_active prepared'
+    else
+        eventually "a user's marker counts" 30 is_active prepared
+    fi
     eventually "the flag is raised as a file of root's" 30 \
         node_run prepared bash -c '[ "$(stat -c "%u %F" /tmp/ha/ha_remote_busy)" = "0 regular empty file" ]'
     stop_daemon prepared
@@ -173,3 +185,35 @@ check "the file is empty" node_run unprepared bash -c "[ ! -s $secrets/new ]"
 check "what was there before is unharmed" \
     node_run unprepared bash -c "[ \"\$(cat $secrets/file)\" = secret ]"
 end_node unprepared
+
+# The same where the kernel follows no foreign link in /tmp, or does.
+planted_node linked
+node_run linked rmdir /tmp/ha
+as_user linked ln -s $secrets/directory /tmp/ha
+start_daemon linked
+eventually "with a link for /tmp/ha it serves" 60 answers linked
+sleep 2 # the flag has had its turn
+if [ "$(cat /proc/sys/fs/protected_symlinks)" = 1 ]; then
+    check "the kernel does not follow it: nothing is made" \
+        eval '! node_run linked test -e $secrets/directory/ha_remote_busy'
+else
+    check "it is followed: an empty file is made" \
+        node_run linked bash -c "[ -f $secrets/directory/ha_remote_busy ] && [ ! -s $secrets/directory/ha_remote_busy ]"
+fi
+check "what was there before is unharmed" \
+    node_run linked bash -c "[ \"\$(cat $secrets/file)\" = secret ]"
+end_node linked
+
+for kind in "touch" "mkfifo" "listener"; do
+    planted_node "instead-$kind"
+    node_run "instead-$kind" rmdir /tmp/ha
+    if [ "$kind" = listener ]; then
+        listen_as "instead-$kind" user /tmp/ha
+    else
+        as_user "instead-$kind" "$kind" /tmp/ha
+    fi
+    start_daemon "instead-$kind"
+    eventually "with a user's $kind for /tmp/ha it goes on, without the flag" 60 answers "instead-$kind"
+    unharmed "instead-$kind" "a user's $kind for /tmp/ha"
+    end_node "instead-$kind"
+done
