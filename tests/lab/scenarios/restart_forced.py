@@ -7,6 +7,10 @@ RESTART = "koraharemotemond:416 "
 # The orderly restart ends the daemon, as it would, and then hangs on the dead disk like everything.
 HANGING_REBOOT = f"#!/bin/sh\nkill -KILL $(cat /run/daemon.pid)\nexec {disks.READ}"
 
+HANGING = """for s in /proc/[0-9]*/stat; do
+    read -r pid name state rest 2> /dev/null < $s && [ "$state" = D ] && echo "$name"
+done; true"""
+
 
 def run(pair):
     first, second = pair
@@ -18,12 +22,10 @@ def run(pair):
     before = first.boot_id
     disks.hang_for_good(first)
     second.until_log(RESTART, 90)
-    second.until(lambda s: (s.get("lastRestart") or {}).get("outcome") == "accepted", "accepted", 10)
+    second.until(lambda s: (s.get("lastRestart") or {}).get("outcome") == "accepted", "accepted", 30)
     first.run("for i in $(seq 100); do [ -e /proc/$(cat /run/daemon.pid) ] || exit 0; sleep 0.2; done;"
               "exit 1", timeout=60)
-    pair.note("the daemon is gone; hanging: "
-              + first.run("for s in /proc/[0-9]*/stat; do read -r a b c d < $s; [ $c = D ] && echo $b;"
-                          "done; true").strip().replace("\n", " "))
+    pair.note("the daemon is gone; hanging: " + " ".join(first.run(HANGING).split()))
     assert "recovery" in first.run("cat /sys/class/scsi_host/host*/state"), "the disk still hangs"
     after = first.wait_boot(180)
     assert after != before, "the boot id must change"
