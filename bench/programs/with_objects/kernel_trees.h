@@ -26,31 +26,36 @@ class KernelTree {
 
     /// Disks of SCSI hosts, all beneath one array.
     void addDisks(int count) {
+        std::vector<std::string> slaves;
         directory("/block/md0");
         directory("/block/md0/slaves");
         directory("/block/md0/md");
         for (int i = 0; i < count; ++i) {
             const std::string name = "sd" + std::to_string(i);
             const std::string host = "host" + std::to_string(i);
+            const std::string disk = "/devices/" + host + "/" + name;
             directory("/devices");
             directory("/devices/" + host);
-            directory("/block/" + name);
+            directory(disk);
+            directory(disk + "/device");
+            directory(disk + "/slaves");
             directory("/block/md0/slaves/" + name);
             directory("/class");
             directory("/class/scsi_host");
             directory("/class/scsi_host/" + host);
-            const std::string target = "../../devices/" + host;
-            need(::symlink(target.c_str(), (roots.sys + "/block/" + name + "/device").c_str()) == 0,
-                 "symlink");
+            const std::string link = roots.sys + "/block/" + name;
+            need(::symlink((".." + disk).c_str(), link.c_str()) == 0, "symlink");
+            links.push_back(link);
+            slaves.push_back(link + "/slaves");
             put("/block/" + name + "/removable", "0\n");
             put("/block/" + name + "/device/state", "running\n");
             put("/class/scsi_host/" + host + "/state", "running\n");
             put("/block/" + name + "/device/iotmo_cnt", "0x0\n");
             put("/block/" + name + "/device/ioerr_cnt", "0x3\n");
-            links.push_back(roots.sys + "/block/" + name + "/device");
         }
         directories = {roots.sys + "/block", roots.sys + "/block/md0/md",
                        roots.sys + "/block/md0/slaves"};
+        directories.insert(directories.end(), slaves.begin(), slaves.end());
     }
 
     void addArrays(int count) {
