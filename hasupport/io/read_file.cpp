@@ -20,9 +20,8 @@ ssize_t readSome(int fd, char* into, std::size_t size) {
     return got;
 }
 
-}  // namespace
-
-std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
+/// Up to the end, or up to the chunk with the first newline.
+std::optional<std::string> readFrom(const std::string& path, std::size_t limit, bool onlyLine) {
     const UniqueFd fd = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     if (!fd) {
         return std::nullopt;
@@ -41,13 +40,23 @@ std::optional<std::string> readFile(const std::string& path, std::size_t limit) 
             errno = EFBIG;
             return std::nullopt;
         }
-        text.append(chunk.data(), static_cast<std::size_t>(got));
+        const std::string_view more(chunk.data(), static_cast<std::size_t>(got));
+        text.append(more);
+        if (onlyLine && more.find('\n') != std::string_view::npos) {
+            return text;
+        }
     }
+}
+
+}  // namespace
+
+std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
+    return readFrom(path, limit, false);
 }
 
 std::optional<std::string> readLine(const std::string& path) {
     constexpr std::string_view blanks = " \t\r\n";
-    const auto text = readFile(path);
+    const auto text = readFrom(path, kernelFileLimit, true);
     if (!text) {
         return std::nullopt;
     }

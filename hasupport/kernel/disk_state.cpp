@@ -5,6 +5,7 @@
 #include <charconv>
 #include <system_error>
 
+#include "hasupport/kernel/list_directory.h"
 #include "hasupport/kernel/sysfs_reader.h"
 
 namespace KORA::HA::Daemon::support {
@@ -84,10 +85,15 @@ std::string_view scsiHostOf(std::string_view devicePath) {
 }
 
 DiskState readDiskState(const KernelRoots& roots, const std::string& name) {
-    const std::string device = roots.sys + "/block/" + name + "/device";
+    const std::string block = roots.sys + "/block/" + name;
+    const std::string device = block + "/device";
     SysfsReader sysfs;
     DiskState disk;
-    disk.device = sysfs.realPath(device);
+    // The link says where among the devices the disk is, its host included.
+    disk.device = linkTarget(block);
+    if (disk.device.empty()) {
+        disk.device = sysfs.realPath(device);
+    }
     if (const auto word = sysfs.line(device + "/state")) {
         disk.handling = isHandlingState(*word);
         disk.failed = isFailedState(*word);

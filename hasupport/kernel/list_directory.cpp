@@ -1,11 +1,17 @@
 #include "hasupport/kernel/list_directory.h"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <memory>
+
+#include "hasupport/io/open_file.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -19,6 +25,12 @@ struct CloseDirectory {
 struct Free {
     void operator()(char* text) const { std::free(text); }  // NOLINT: what realpath gave
 };
+
+/// Where there is no /proc to ask.
+std::string slowRealPath(const std::string& path) {
+    const std::unique_ptr<char, Free> real(::realpath(path.c_str(), nullptr));
+    return real ? std::string(real.get()) : std::string();
+}
 
 }  // namespace
 
@@ -52,9 +64,23 @@ std::string_view baseName(std::string_view path) {
     return slash == std::string_view::npos ? path : path.substr(slash + 1);
 }
 
+std::string linkTarget(const std::string& path) {
+    std::array<char, PATH_MAX> target;  // NOLINT(cppcoreguidelines-pro-type-member-init)
+    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+    return length > 0 && static_cast<std::size_t>(length) < target.size()
+               ? std::string(target.data(), static_cast<std::size_t>(length))
+               : std::string();
+}
+
+// The kernel follows all links at once and says where it came to; the C library's realpath asks for
+// every part of the path in turn.
 std::string realPath(const std::string& path) {
-    const std::unique_ptr<char, Free> real(::realpath(path.c_str(), nullptr));
-    return real ? std::string(real.get()) : std::string();
+    const UniqueFd place = openFile(path, O_PATH);
+    if (!place) {
+        return {};
+    }
+    std::string real = linkTarget("/proc/self/fd/" + std::to_string(place.get()));
+    return !real.empty() && real.front() == '/' ? real : slowRealPath(path);
 }
 
 }  // namespace KORA::HA::Daemon::support

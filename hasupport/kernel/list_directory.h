@@ -15,6 +15,9 @@ std::optional<std::vector<std::string>> listDirectory(const std::string& path,
 /// The last component of a path.
 std::string_view baseName(std::string_view path);
 
+/// What the link itself says; empty when there is none.
+std::string linkTarget(const std::string& path);
+
 /// Where `path` leads with all its links followed; empty when it leads nowhere.
 std::string realPath(const std::string& path);
 

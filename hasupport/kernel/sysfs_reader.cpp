@@ -1,7 +1,5 @@
 #include "hasupport/kernel/sysfs_reader.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 
 #include "hasupport/io/read_file.h"
@@ -39,15 +37,6 @@ std::string SysfsReader::realPath(const std::string& path) {
         noteFailure();
     }
     return real;
-}
-
-bool SysfsReader::exists(const std::string& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) == 0) {
-        return true;
-    }
-    noteFailure();
-    return false;
 }
 
 }  // namespace KORA::HA::Daemon::support

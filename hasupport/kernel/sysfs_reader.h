@@ -18,7 +18,6 @@ class SysfsReader {
     std::vector<std::string> entries(const std::string& path, std::string_view prefix = {});
     /// Where a path leads with all its links followed; empty when nowhere.
     std::string realPath(const std::string& path);
-    bool exists(const std::string& path);
 
     /// The errno of the first thing that could not be read; 0 when there was none.
     int error() const { return error_; }

@@ -1,5 +1,6 @@
 #include "hasupport/kernel/watched_disks.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 
@@ -33,7 +34,9 @@ bool listHas(std::string_view list, std::string_view word) {
 
 class Topology {
   public:
-    explicit Topology(const KernelRoots& roots) : block_(roots.sys + "/block/") {}
+    /// `devices` are the names of all block devices, sorted.
+    Topology(const KernelRoots& roots, const std::vector<std::string>& devices)
+        : block_(roots.sys + "/block/"), devices_(devices) {}
 
     /// Adds the disks under `device`, which may itself be one.
     void addDisksUnder(const std::string& device, Names& disks, int depth = 0) {
@@ -68,25 +71,29 @@ class Topology {
     }
 
     bool isWatchable(const std::string& disk) {
-        return sysfs_.exists(block_ + disk) &&
-               sysfs_.line(block_ + disk + "/removable").value_or("0") == "0";
+        return isDevice(disk) && sysfs_.line(block_ + disk + "/removable").value_or("0") == "0";
     }
 
     int error() const { return sysfs_.error(); }
 
   private:
+    bool isDevice(const std::string& name) const {
+        return std::binary_search(devices_.begin(), devices_.end(), name);
+    }
+
     /// A partition has no entry of its own among the block devices; its directory lies within its
     /// disk's.
     std::string wholeDevice(const std::string& name, const std::string& link) {
-        if (sysfs_.exists(block_ + name)) {
+        if (isDevice(name)) {
             return name;
         }
         const std::string real = sysfs_.realPath(link);
         const auto parent = std::string(baseName(real.substr(0, real.rfind('/'))));
-        return !parent.empty() && sysfs_.exists(block_ + parent) ? parent : name;
+        return isDevice(parent) ? parent : name;
     }
 
     std::string block_;
+    const std::vector<std::string>& devices_;
     SysfsReader sysfs_;
 };
 
@@ -107,7 +114,7 @@ std::optional<Names> watchedDisks(const KernelRoots& roots, const std::vector<st
     if (!devices) {
         return std::nullopt;
     }
-    Topology topology(roots);
+    Topology topology(roots, *devices);
     Names disks;
     Names faulty;
     for (const std::string& device : *devices) {
