@@ -13,13 +13,16 @@ import time
 class Browser:
     """One browser with one page. What the page complains of is collected in `complaints`."""
 
-    def __init__(self):
+    def __init__(self, through=()):
+        """`through` are words to put before the program, such as those that enter a network."""
         self._profile = tempfile.mkdtemp(prefix="koraha-browser.")
         to_browser, self._to = os.pipe()
         self._from, from_browser = os.pipe()
-        arguments = ["chromium", "--headless=new", "--remote-debugging-pipe", "--disable-gpu",
+        arguments = [*through, "chromium", "--headless=new", "--remote-debugging-pipe", "--disable-gpu",
                      "--disable-dev-shm-usage", "--no-first-run", "--hide-scrollbars",
-                     "--disable-background-networking", "--user-data-dir=" + self._profile]
+                     "--disable-background-networking",
+                     "--host-resolver-rules=MAP evil.example 127.0.0.1",
+                     "--user-data-dir=" + self._profile]
         if os.geteuid() == 0:
             arguments.append("--no-sandbox")  # it refuses to run as root with one
 

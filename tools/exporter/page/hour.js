@@ -6,7 +6,7 @@ function curve(buckets, x, y, value) {
   for (const bucket of buckets) {
     const joined = last !== null && bucket.at - last <= 3 * hourWidth;
     d += (joined ? "L" : "M") + x(bucket.at).toFixed(1) + " " + y(value(bucket)).toFixed(1);
-    if (!joined) d += "h0.1"; // a point of its own is seen, too
+    if (!joined) d += "h0.5"; // a point of its own is seen, too
     last = bucket.at;
   }
   return d;
