@@ -2,6 +2,7 @@
 #include "tools/exporter/exporter_command.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
@@ -29,7 +30,7 @@ void serveUntilToldToEnd(Exporter& exporter) {
         exporter.stop();
     });
     exporter.serve();
-    ::pthread_kill(listener.native_handle(), SIGTERM);  // where it ended by itself
+    ::kill(::getpid(), SIGTERM);  // where it ended by itself
     listener.join();
 }
 
