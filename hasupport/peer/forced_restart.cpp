@@ -17,6 +17,7 @@ namespace KORA::HA::Daemon::support {
 namespace {
 
 constexpr std::int64_t thousand = 1000;
+constexpr char armedLetter = 'a';
 
 std::int64_t millisecondsNow() {
     timespec now{};
@@ -64,6 +65,7 @@ void outliveShutdown() {
 // safe after a fork, no disk, no lock. The service manager kills what is left in the daemon's
 // control group, so the child leaves it.
 [[noreturn]] void forceLater(const ForcedRestart& restart, int handle) {
+    ::send(handle, &armedLetter, 1, MSG_NOSIGNAL);
     ::setsid();
     sigset_t all;
     ::sigfillset(&all);
@@ -86,13 +88,24 @@ void outliveShutdown() {
     ::_exit(1);
 }
 
-bool endsWell(pid_t child) {
-    int status = 1;
+/// Waits for a child that ends at once.
+void collect(pid_t child) {
     pid_t ended = -1;
     do {
-        ended = ::waitpid(child, &status, 0);
+        ended = ::waitpid(child, nullptr, 0);
     } while (ended < 0 && errno == EINTR);
-    return ended == child && status == 0;
+}
+
+/// True when the process at the other end has said that it is there; false when there is none. The
+/// way that the one between them ended does not tell: a launcher that left SIGCHLD ignored has the
+/// kernel throw it away, and a restart that is armed must never be taken for one that is not.
+bool isThere(int handle) {
+    char letter = 0;
+    ssize_t got = -1;
+    do {
+        got = ::recv(handle, &letter, 1, 0);
+    } while (got < 0 && errno == EINTR);
+    return got == 1 && letter == armedLetter;
 }
 
 }  // namespace
@@ -105,7 +118,7 @@ UniqueFd startForcedRestart(const ForcedRestart& restart) {
         return {};
     }
     UniqueFd ours(ends[0]);
-    const UniqueFd theirs(ends[1]);
+    UniqueFd theirs(ends[1]);
     const pid_t child = ::fork();
     if (child == 0) {
         const pid_t grandchild = ::fork();
@@ -114,7 +127,11 @@ UniqueFd startForcedRestart(const ForcedRestart& restart) {
         }
         ::_exit(grandchild > 0 ? 0 : 1);
     }
-    return child > 0 && endsWell(child) ? std::move(ours) : UniqueFd();
+    theirs.reset();  // so that nobody holds it where there is no grandchild
+    if (child > 0) {
+        collect(child);
+    }
+    return child > 0 && isThere(ours.get()) ? std::move(ours) : UniqueFd();
 }
 
 void cancelForcedRestart(const UniqueFd& handle) {

@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <fstream>
 #include <string>
 
@@ -85,6 +87,33 @@ TEST_F(ForcedRestartTest, EndsWhenCancelled) {
     EXPECT_NE(::access(marker.c_str(), F_OK), 0);
     char letter = 0;
     EXPECT_LE(::read(reader_, &letter, 1), 0) << "nothing was triggered";
+}
+
+TEST_F(ForcedRestartTest, CanBeCancelledWhereALauncherLeftChildrenIgnored) {
+    std::signal(SIGCHLD, SIG_IGN);
+    const UniqueFd handle = startForcedRestart({3600, 0, shutDown, trigger_.c_str()});
+    std::signal(SIGCHLD, SIG_DFL);
+    ASSERT_TRUE(handle) << "it is armed, and nobody could disarm it";
+    cancelForcedRestart(handle);
+    pollfd waiting{handle.get(), POLLIN, 0};
+    ASSERT_EQ(::poll(&waiting, 1, 60'000), 1) << "its process is gone";
+    EXPECT_NE(::access(marker.c_str(), F_OK), 0);
+}
+
+TEST_F(ForcedRestartTest, IsNotArmedWhereNoProcessCanBeMade) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        // As somebody else: the limit does not hold for root.
+        const rlimit none{0, 0};
+        const bool set =
+            ::setgid(65534) == 0 && ::setuid(65534) == 0 && ::setrlimit(RLIMIT_NPROC, &none) == 0;
+        const bool armed =
+            static_cast<bool>(startForcedRestart({3600, 0, shutDown, trigger_.c_str()}));
+        ::_exit(set && !armed ? 0 : 1);
+    }
+    int status = 1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(ForcedRestartTest, OutlivesItsHandle) {
