@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "hasupport/peer/frame.h"
+#include "hasupport/peer/own_greeting.h"
 #include "hasupport/peer/peer_key.h"
 #include "hasupport/peer/peer_socket.h"
 #include "hasupport/settings/support_settings.h"
@@ -137,7 +138,7 @@ class Exchange {
 /// Agrees with the peer on nonces and a key, or on none where neither node has one.
 bool agree(Exchange& exchange, const PeerKeys& keys, Session& session) {
     Hello hello;
-    hello.nonce = session.clientNonce = freshNonce();
+    hello.nonce = session.clientNonce;
     for (const PeerKey& key : keys.keys) {
         hello.keys.push_back(key.id);
     }
@@ -160,8 +161,15 @@ bool agree(Exchange& exchange, const PeerKeys& keys, Session& session) {
     return true;
 }
 
-PeerAnswer converse(Exchange& exchange, const PeerKeys& keys, std::string_view request) {
+/// `toItself`: the peer is this very host, and gets this node's own greetings by right.
+PeerAnswer converse(Exchange& exchange, const PeerKeys& keys, std::string_view request,
+                    bool toItself) {
     Session session;
+    session.clientNonce = freshNonce();
+    std::optional<OwnGreeting> greeting;
+    if (!toItself) {
+        greeting.emplace(session.clientNonce);
+    }
     PeerAnswer answer;
     if (exchange.connected() && agree(exchange, keys, session) &&
         exchange.send(FrameType::request, sealBody(session, FrameType::request, request))) {
@@ -198,7 +206,7 @@ PeerAnswer askPeer(std::string_view request, bool needKey, const Deadline& deadl
         return {{}, false, std::string("the peer cannot be reached: ") + std::strerror(errno)};
     }
     Exchange exchange(std::move(fd), route->local.family(), deadline);
-    return converse(exchange, keys, request);
+    return converse(exchange, keys, request, route->device.empty());
 }
 
 }  // namespace KORA::HA::Daemon::support

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "hasupport/peer/own_greeting.h"
+
 namespace KORA::HA::Daemon::support {
 namespace {
 
@@ -69,6 +71,10 @@ void PeerConnection::onHello(const std::string& body) {
     const auto hello = decodeHello(body);
     if (!hello) {
         refuse("a malformed greeting");
+        return;
+    }
+    if (OwnGreeting::has(hello->nonce)) {
+        refuse("a greeting of this node's own");
         return;
     }
     const auto shared = std::find_if(hello->keys.begin(), hello->keys.end(),

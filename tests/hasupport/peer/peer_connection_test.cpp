@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "hasupport/peer/own_greeting.h"
+
 // The server's side of one exchange, against a client that this test plays byte by byte.
 
 namespace KORA::HA::Daemon::support {
@@ -64,8 +66,9 @@ class Conversation {
     }
 
     /// Greets with the keys; the session that came of it, or nothing after a refusal.
-    std::optional<Session> greet(const std::vector<PeerKey>& keys) {
-        Hello hello{freshNonce(), {}};
+    std::optional<Session> greet(const std::vector<PeerKey>& keys,
+                                 const Nonce& nonce = freshNonce()) {
+        Hello hello{nonce, {}};
         for (const PeerKey& each : keys) {
             hello.keys.push_back(each.id);
         }
@@ -100,6 +103,22 @@ class Conversation {
     std::vector<std::string> handled_;
     bool authenticated_ = false;
 };
+
+// Somebody on the link leads what this node sends back to it: both ends hold the same key.
+TEST(PeerConnection, RefusesThisNodesOwnGreeting) {
+    const std::vector<PeerKey> keys{key('k')};
+    const Nonce nonce = freshNonce();
+    {
+        const OwnGreeting greeting(nonce);
+        const OwnGreeting another(freshNonce());
+        Conversation reflected(keys);
+        Hello hello{nonce, {keys[0].id}};
+        reflected.send(encodeFrame(FrameType::hello, encodeHello(hello)));
+        reflected.expectRefused("a greeting of this node's own");
+        EXPECT_TRUE(Conversation(keys).greet(keys)) << "the peer's own";
+    }
+    EXPECT_TRUE(Conversation(keys).greet(keys, nonce)) << "it is over";
+}
 
 TEST(PeerConnection, AnswersAClientThatHoldsTheKey) {
     const std::vector<PeerKey> keys{key('k')};
