@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "hasupport/peer/peer_requests.h"
+#include "hasupport/peer/restart_duty.h"
 #include "hasupport/settings/link_addresses.h"
 #include "hasupport/settings/support_settings.h"
 
@@ -49,6 +50,7 @@ bool PeerDoor::serve(std::span<const pollfd> own, Status& status) {
         }
     }
     dropDone();
+    keepRestartInLog();
     if (listens_ && own.front().revents != 0) {
         acceptAll();
     }

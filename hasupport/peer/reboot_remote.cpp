@@ -4,6 +4,7 @@
 #include <json/value.h>
 #include <json/writer.h>
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <vector>
@@ -27,6 +28,7 @@ namespace {
 constexpr std::size_t answerLimit = 4096;
 constexpr unsigned depthLimit = 16;
 constexpr const char* accepted = "accepted";
+constexpr std::size_t reasonLimit = 400;  // a request of the peer's holds 4 KiB
 
 struct Outcome {
     std::string text;
@@ -36,10 +38,11 @@ struct Outcome {
 std::string reasonFrom(Status& status) {
     std::string reason = "too many errors on one disk; under error handling:";
     for (const Json::Value& disk : status.getErrHandlingDiskRemote()) {
-        if (disk.isString()) {
+        if (disk.isString() && reason.size() < reasonLimit) {
             reason += " " + disk.asString();
         }
     }
+    reason.resize(std::min(reason.size(), reasonLimit));
     return reason;
 }
 
@@ -112,7 +115,7 @@ bool refrain(const std::string& why) {
 bool restartPeer(Status& status) {
     const AskingForRestart asking;
     if (isAboutToRestart()) {
-        return refrain("this node itself restarts at the peer's request");
+        return refrain("this node itself restarts at the peer's request, or cannot tell");
     }
     const std::string reason = reasonFrom(status);
     RestartStamp stamp = RestartStamp::now(reason, "requested");

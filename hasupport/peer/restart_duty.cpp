@@ -8,7 +8,6 @@
 #include "hasupport/io/telling_rate.h"
 #include "hasupport/logfile/registry.h"
 #include "hasupport/peer/restart_action.h"
-#include "hasupport/peer/restart_record.h"
 #include "hasupport/peer/restart_stamp.h"
 #include "hasupport/status/history.h"
 
@@ -24,6 +23,12 @@ constexpr std::size_t reasonLimit = 400;  // a line of the kernel log holds less
 std::mutex& decision() {
     static constinit std::mutex mutex;
     return mutex;
+}
+
+/// The log tells of a restart that was obeyed, in memory alone.
+std::atomic<bool>& logWaits() {
+    static constinit std::atomic<bool> waits{false};
+    return waits;
 }
 
 std::string printable(const std::string& text) {
@@ -43,8 +48,12 @@ RestartVerdict inability(const std::string& reason) {
 /// Arms before it writes: where the disk of the stamp hangs, the machine restarts all the same.
 RestartVerdict decide(const std::string& why, bool& armed) {
     const std::lock_guard lock(decision());
-    if (AskingForRestart::now() || restartAskedWithin(crossing)) {
+    const StampFile asked = readStamp(askedStampPath());
+    if (AskingForRestart::now() || (asked.stamp && asked.stamp->age() < crossing)) {
         return refusal("this node asks for the peer's restart itself");
+    }
+    if (asked.unreadable) {
+        return inability("when this node last asked for the peer's restart cannot be read");
     }
     const StampFile last = readStamp(obeyedStampPath());
     if (last.unreadable) {
@@ -66,10 +75,7 @@ RestartVerdict carryOut(const std::string& why, bool armed) {
     action.tell("restarting at the peer's request: " + why);
     const bool started = action.startOrderly();
     if (armed || started) {
-        // Only now, since the log's disk may be what hangs. The stamp has the reason already.
-        if (DaemonLog* const log = messageLog()) {
-            log->writeLogToDisk();
-        }
+        logWaits() = true;
         return {true, {}, false};
     }
     removeStamp(obeyedStampPath());  // nothing was obeyed
@@ -89,8 +95,15 @@ AskingForRestart::AskingForRestart() {
 }
 
 bool isAboutToRestart() {
-    const auto last = readStamp(obeyedStampPath()).stamp;
-    return last && last->bootId == bootIdentity().bootId && last->age() < obeyPause;
+    const auto [last, unreadable] = readStamp(obeyedStampPath());
+    return unreadable || (last && last->bootId == bootIdentity().bootId && last->age() < obeyPause);
+}
+
+void keepRestartInLog() {
+    DaemonLog* const log = messageLog();
+    if (logWaits().exchange(false) && log != nullptr) {
+        log->writeLogToDisk();
+    }
 }
 
 RestartVerdict obeyRestart(const std::string& why) {

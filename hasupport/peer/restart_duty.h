@@ -15,11 +15,17 @@ struct RestartVerdict {
 
 /// The peer asks for this node's restart: refused within 10 minutes of the last one obeyed, and
 /// while this node itself asks for the peer's. Else the forced restart is armed, the reason left
-/// where it lasts, and the orderly restart started. Returns at once.
+/// where it lasts, and the orderly restart started. Blocks for as long as the disk takes that the
+/// stamp is synced to; then it is armed already. Any thread; one at a time decides.
 RestartVerdict obeyRestart(const std::string& why);
 
+/// Writes the daemon log to disk if `obeyRestart` has put something there. To be called once the
+/// peer has its answer: it has a second to wait for that, and the log's disk may be what hangs.
+void keepRestartInLog();
+
 /// True from the moment that this node obeyed in this boot, for 10 minutes: it is on its way down,
-/// and must not take its peer with it.
+/// and must not take its peer with it. True also when the stamp is there and cannot be read: then
+/// nobody knows. Reads one small file.
 bool isAboutToRestart();
 
 /// True while this node asks its peer to restart, so that two requests that cross cancel out. Once

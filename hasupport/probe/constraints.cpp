@@ -6,6 +6,7 @@
 #include "hasupport/io/notice.h"
 #include "hasupport/local_probes.h"
 #include "hasupport/peer/restart_record.h"
+#include "hasupport/peer/restart_stamp.h"
 #include "hasupport/probe/disk_err_process.h"
 #include "hasupport/probe/evaluate_constraints.h"
 #include "hasupport/settings/link_addresses.h"
@@ -28,7 +29,8 @@ ConstraintInput gatherInput() {
     input.md = readMd(roots);
     input.disks = peekAtDisks();
     input.markerPath = settings.stampDirectory + "/maintenance";
-    input.restartAsked = restartAskedWithin(restartPause);
+    input.restartUnknown = readStamp(askedStampPath()).unreadable;
+    input.restartAsked = !input.restartUnknown && restartAskedWithin(restartPause);
     return input;
 }
 

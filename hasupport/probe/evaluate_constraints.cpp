@@ -87,6 +87,9 @@ std::vector<std::string> evaluateConstraints(const ConstraintInput& input) {
     if (input.restartAsked) {
         add(reasons, "This node asked for a restart of the peer less than 15 minutes ago.");
     }
+    if (input.restartUnknown) {
+        add(reasons, "When this node last asked for a restart of the peer cannot be read.");
+    }
     return reasons;
 }
 

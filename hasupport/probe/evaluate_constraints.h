@@ -15,8 +15,9 @@ struct ConstraintInput {
     bool drbdExpected = true;  ///< false: this pair mirrors without DRBD
     MdView md;
     DiskErrLook disks;
-    std::string markerPath;     ///< a file there means maintenance
-    bool restartAsked = false;  ///< this node asked for a restart only just now
+    std::string markerPath;       ///< a file there means maintenance
+    bool restartAsked = false;    ///< this node asked for a restart only just now
+    bool restartUnknown = false;  ///< when it last did cannot be read
 };
 
 /// One sentence for each reason why the peer must not be restarted now. A sentence stays the same

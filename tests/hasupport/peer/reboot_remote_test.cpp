@@ -83,6 +83,26 @@ TEST(RebootRemote, RestartsAPeerThatHoldsTheKey) {
     });
 }
 
+// A request that is longer than the peer reads would be no request to it.
+TEST(RebootRemote, RestartsAPeerWithManyDisksUnderErrorHandling) {
+    asThisNode(there, [](PeerLink& link) {
+        const PeerNode peer(there, here, withKey);
+        link.giveKey('k');
+        Status status;
+        Json::Value disks(Json::arrayValue);
+        for (int i = 0; i < 256; ++i) {
+            disks.append(std::string(64, 'd'));
+        }
+        status.setErrHandlingDiskRemote(disks);
+        ASSERT_TRUE(eventually([&] {
+            removeStamp(askedStampPath());
+            return RebootRemote()(status);
+        })) << outcome();
+        EXPECT_EQ(peer.restarts(), 1U);
+        EXPECT_LE(lastRestart()->reason.size(), 400U);
+    });
+}
+
 TEST(RebootRemote, DoesNotRestartItTwice) {
     asThisNode(there, [](PeerLink& link) {
         const PeerNode peer(there, here, withKey);

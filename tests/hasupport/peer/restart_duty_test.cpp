@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hasupport/daemon_log.h"
 #include "hasupport/io/deadline.h"
 #include "hasupport/peer/peer_requests.h"
 #include "hasupport/peer/restart_stamp.h"
@@ -73,6 +74,25 @@ TEST_F(RestartDuty, IsArmedBeforeADiskThatMayHangIsTouchedAndToldAfter) {
     EXPECT_EQ(restart_.calls.size(), 3U);
 }
 
+// The answer must not wait for the log's disk.
+TEST_F(RestartDuty, IsInTheLogOnceThePeerHasItsAnswer) {
+    DaemonLog log(link_.path(), "/duty.log");
+    restart_.onCall = [&](const std::string& call) {
+        if (call.starts_with("tell ")) {
+            log.set(call);
+        }
+    };
+    EXPECT_TRUE(obeyRestart("sda failed").accepted);
+    EXPECT_EQ(log.size(), 0);
+    keepRestartInLog();
+    EXPECT_NE(link_.scratch().read("duty.log").find("peer's request: sda failed\n"),
+              std::string::npos);
+    log.set("a line of another day");
+    keepRestartInLog();
+    EXPECT_EQ(link_.scratch().read("duty.log").find("another day"), std::string::npos)
+        << "it is there once";
+}
+
 TEST_F(RestartDuty, IsRefusedWithinTenMinutesOfTheLast) {
     EXPECT_TRUE(obeyRestart("one").accepted);
     expectRefused(obeyedLately, false);
@@ -117,8 +137,14 @@ TEST_F(RestartDuty, IsRefusedJustAfterThisNodeAsked) {
 TEST_F(RestartDuty, IsRefusedWhenTheStampsCannotBeRead) {
     link_.scratch().write("restart.obeyed", "damaged", 0600);
     expectRefused("when this node last restarted at the peer's request cannot be read", true);
+    removeStamp(obeyedStampPath());
+    // By no other reason than its disk: the peer may use other means.
     link_.scratch().write("restart.asked", "damaged", 0600);
-    expectRefused(asksItself, false);
+    expectRefused("when this node last asked for the peer's restart cannot be read", true);
+    {
+        const AskingForRestart asking;
+        expectRefused(asksItself, false);
+    }
     EXPECT_EQ(restart_.calls, Calls{});
 }
 
@@ -167,6 +193,8 @@ TEST_F(RestartDuty, ShowsThatThisNodeIsOnItsWayDown) {
     EXPECT_FALSE(isAboutToRestart());
     stampLongAgo(obeyedStampPath(), 30);
     EXPECT_FALSE(isAboutToRestart()) << "it is back";
+    link_.scratch().write("restart.obeyed", "damaged", 0600);
+    EXPECT_TRUE(isAboutToRestart()) << "nobody knows";
     removeStamp(obeyedStampPath());
     EXPECT_TRUE(obeyRestart("test").accepted);
     EXPECT_TRUE(isAboutToRestart());

@@ -48,6 +48,12 @@ TEST_F(EvaluateConstraints, aRecentRequestForbids) {
               Reasons{"This node asked for a restart of the peer less than 15 minutes ago."});
 }
 
+TEST_F(EvaluateConstraints, aRequestOfWhichNobodyKnowsWhenForbids) {
+    input_.restartUnknown = true;
+    EXPECT_EQ(evaluateConstraints(input_),
+              Reasons{"When this node last asked for a restart of the peer cannot be read."});
+}
+
 TEST_F(EvaluateConstraints, whatCannotBeReadForbidsWithOrWithoutDrbd) {
     input_.drbd = {DrbdView::Answer::unknown, "no answer", {}};
     input_.md = {false, "no md", {}};
