@@ -54,6 +54,7 @@ void EchoBurst::sent(const Moment& before, const Moment& after) {
 }
 
 void EchoBurst::notSent(SteadyClock::time_point at) {
+    refused_ = std::min(refused_ + 1, wanted);
     nextAt_ = at + spacing;
 }
 
@@ -99,6 +100,9 @@ BurstVerdict EchoBurst::verdict(SteadyClock::time_point now) const {
         if (!entry.clean && judged.count < wanted) {
             judged.add(entry.roundTrip.value_or(lost));
         }
+    }
+    for (std::size_t i = 0; i < refused_ && judged.count < wanted; ++i) {
+        judged.add(lost);
     }
     const auto end = judged.trips.begin() + static_cast<std::ptrdiff_t>(judged.count);
     std::sort(judged.trips.begin(), end);

@@ -39,7 +39,8 @@ class EchoBurst {
 
     /// A request with the next sequence number was being sent from `before` to `after`.
     void sent(const Moment& before, const Moment& after);
-    /// A request did not go out; the next is due one spacing after `at`.
+    /// A request did not go out; the next is due one spacing after `at`. Where fewer than wanted do
+    /// go out, it counts as lost: one good echo before the link went down is no good link.
     void notSent(SteadyClock::time_point at);
     void answered(const EchoReply& reply);
 
@@ -59,6 +60,7 @@ class EchoBurst {
 
     std::array<Entry, most> entries_{};
     std::size_t count_ = 0;
+    std::size_t refused_ = 0;         // requests that did not go out, as many as matter
     SteadyClock::time_point nextAt_;  // the clock's beginning until the first request
 };
 

@@ -91,6 +91,22 @@ TEST_F(Burst, HasNoMedianWhenNothingWasSent) {
     EXPECT_EQ(*burst_.nextSend(), start_ + 20ms);
 }
 
+TEST_F(Burst, HasNoMedianWhenTheLinkWentDownAfterTwoGoodEchoes) {
+    answer(send(0ms), 1ms);
+    answer(send(20ms), 21ms);
+    burst_.notSent(start_ + 40ms);
+    burst_.notSent(start_ + 60ms);
+    burst_.notSent(start_ + 80ms);
+    EXPECT_FALSE(median());
+    EXPECT_FALSE(burst_.complete()) << "it may come back";
+    answer(send(100ms), 101ms);
+    EXPECT_FLOAT_EQ(median().value(), 1.0F) << "three of five";
+    answer(send(120ms), 127ms);
+    answer(send(140ms), 147ms);
+    EXPECT_FLOAT_EQ(median().value(), 1.0F);
+    EXPECT_TRUE(burst_.complete());
+}
+
 TEST_F(Burst, CountsTheKernelsStampNotOurOwnDelay) {
     for (int count = 0; count < 5; ++count) {
         answer(send(count * 20ms), count * 20ms + 2ms, 700ms);
