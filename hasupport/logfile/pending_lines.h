@@ -87,6 +87,7 @@ class PendingLines {
     bool prepareBase();
     bool useFreeSlab(std::size_t size);
     bool growFor(std::size_t size);
+    bool dropsMakeRoom(std::size_t size) const;
     bool dropOldest(std::size_t size);
     bool isPinned(const SlabUse& slab) const;
     void abandonCutFile();

@@ -48,14 +48,22 @@ bool PendingLines::isPinned(const SlabUse& slab) const {
     return progress_.flight && slab.first <= progress_.flight->through;
 }
 
+/// Room for `size` bytes would come of dropping lines; else they would be dropped for nothing.
+bool PendingLines::dropsMakeRoom(std::size_t size) const {
+    for (std::size_t position = 0; position < count_; ++position) {
+        const bool fits = size <= LineBuffer::slabSize(order_.at(position));
+        if (fits && !isPinned(slabAt(position))) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool PendingLines::dropOldest(std::size_t size) {
-    for (;;) {
+    while (dropsMakeRoom(size)) {
         std::size_t position = 0;
         while (position < count_ && isPinned(slabAt(position))) {
             ++position;
-        }
-        if (position == count_) {
-            return false;
         }
         retireIn(order_.at(position), std::numeric_limits<std::uint64_t>::max() - 1);
         forgetSlab(position);
@@ -63,6 +71,7 @@ bool PendingLines::dropOldest(std::size_t size) {
             return true;
         }
     }
+    return false;
 }
 
 void PendingLines::giveBack() {

@@ -1,6 +1,7 @@
 #include "hasupport/logfile/pending_lines.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -158,6 +159,20 @@ TEST_P(PendingLinesTest, ALongLineFindsRoomInAFullBuffer) {
     lines_.append(longest);
     const std::string text = drain();
     EXPECT_EQ(text.substr(text.size() - longest.size()), longest);
+}
+
+TEST_P(PendingLinesTest, AreNotDroppedForALongLineThatFindsNoRoomAllTheSame) {
+    lines_.append(line(1));
+    lines_.append(line(2));
+    const std::string tooLong = line(3, 2 * smallSlabBytes);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
+    const rlimit none{0, before.rlim_max};  // from here on no memory is to be had
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &none), 0);
+    lines_.append(tooLong);
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &before), 0);
+    EXPECT_EQ(drain(), line(1) + line(2));
+    EXPECT_EQ(lines_.untold(), 1U);
 }
 
 TEST_P(PendingLinesTest, TellOfLinesThatCouldNotBePutTogether) {
