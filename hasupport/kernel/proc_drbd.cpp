@@ -74,8 +74,12 @@ std::optional<ProcDrbd> parseProcDrbd(std::string_view text) {
         return std::nullopt;
     }
     ProcDrbd drbd{*version, {}};
-    while (drbd.resources.size() < drbdResourceLimit && nextLine(text, line)) {
-        if (auto resource = parseMinorLine(line)) {
+    while (nextLine(text, line)) {
+        auto resource = parseMinorLine(line);
+        if (resource && drbd.resources.size() == drbdResourceLimit) {
+            return std::nullopt;  // one that is left out might be the one that is not connected
+        }
+        if (resource) {
             drbd.resources.push_back(std::move(*resource));
         }
     }

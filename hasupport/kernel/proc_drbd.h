@@ -15,7 +15,8 @@ struct ProcDrbd {
     std::vector<DrbdResource> resources;
 };
 
-/// Nothing when the text does not begin with the module's version. Unknown words, fields and lines
+/// Nothing when the text does not begin with the module's version, or lists more minors than are
+/// ever kept. Unknown words, fields and lines
 /// are normal; a state that is not known is no established connection and no good disk.
 std::optional<ProcDrbd> parseProcDrbd(std::string_view text);
 

@@ -106,12 +106,21 @@ TEST(ProcDrbd, refusesGarbage) {
 TEST(ProcDrbd, boundsAnEnormousText) {
     koraha::test::onSmallStack([] {
         std::string text = head;
-        for (int minor = 0; minor < 20000; ++minor) {
+        const auto add = [&text](std::size_t minor) {
             text += " " + std::to_string(minor) + ": cs:Connected ds:UpToDate/UpToDate C\n";
+        };
+        for (std::size_t minor = 0; minor < drbdResourceLimit; ++minor) {
+            add(minor);
         }
         const auto drbd = parseProcDrbd(text);
         ASSERT_TRUE(drbd);
         EXPECT_EQ(drbd->resources.size(), drbdResourceLimit);
+        add(drbdResourceLimit);
+        EXPECT_FALSE(parseProcDrbd(text)) << "nobody would look at the last one";
+        for (std::size_t minor = drbdResourceLimit; minor < 20000; ++minor) {
+            add(minor);
+        }
+        EXPECT_FALSE(parseProcDrbd(text));
         const auto longLine = parseProcDrbd(head + " 0: cs:" + std::string(1U << 20U, 'x'));
         ASSERT_TRUE(longLine);
         EXPECT_FALSE(longLine->resources.at(0).established);
