@@ -110,4 +110,11 @@ void inOwnMounts(const std::function<void()>& body) {
     });
 }
 
+void inOwnRun(const std::function<void()>& body) {
+    inOwnMounts([&body] {
+        ASSERT_EQ(::mount("none", "/run", "tmpfs", 0, nullptr), 0) << std::strerror(errno);
+        body();
+    });
+}
+
 }  // namespace koraha::test

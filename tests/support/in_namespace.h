@@ -13,6 +13,9 @@ void inOwnNetwork(const std::function<void()>& body);
 /// The same with mounts of its own instead of a network.
 void inOwnMounts(const std::function<void()>& body);
 
+/// The same with mounts of its own and an empty /run, where sockets are locked and buffers lie.
+void inOwnRun(const std::function<void()>& body);
+
 /// Runs a command line that must succeed, such as "ip link add ...".
 void command(const std::string& line);
 

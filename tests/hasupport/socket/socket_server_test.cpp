@@ -39,12 +39,7 @@ void alone(const std::function<void()>& body) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "needs a /run of its own";
     }
-    koraha::test::inOwnNetwork([&] {
-        koraha::test::inOwnMounts([&] {
-            ASSERT_EQ(::mount("none", "/run", "tmpfs", 0, nullptr), 0) << std::strerror(errno);
-            body();
-        });
-    });
+    koraha::test::inOwnNetwork([&] { koraha::test::inOwnRun(body); });
 }
 
 bool localDoorAnswers() {
