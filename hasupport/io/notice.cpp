@@ -3,26 +3,26 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
-#include <string>
 
 namespace KORA::HA::Daemon::support {
 namespace {
 
 constexpr std::size_t noticeLimit = 512;
 
-std::string printable(std::string_view text) {
-    std::string out(text.substr(0, noticeLimit));
-    std::replace_if(
-        out.begin(), out.end(),
-        [](char c) { return static_cast<unsigned char>(c) < 0x20U || c == '\x7f'; }, '?');
-    return out;
+char printable(char c) {
+    return static_cast<unsigned char>(c) < 0x20U || c == '\x7f' ? '?' : c;
 }
 
 }  // namespace
 
+// In fixed memory: a shortage of it is among what is said here.
 void notify(std::string_view text) {
-    ::syslog(LOG_ERR, "libkorahadaemon: %s", printable(text).c_str());
+    std::array<char, noticeLimit + 1> line{};
+    text = text.substr(0, noticeLimit);
+    std::transform(text.begin(), text.end(), line.begin(), printable);
+    ::syslog(LOG_ERR, "libkorahadaemon: %s", line.data());
 }
 
 void Notice::raise(std::string_view text) {

@@ -7,7 +7,8 @@
 namespace KORA::HA::Daemon::support {
 
 /// Says something to the system log at LOG_ERR, tagged "libkorahadaemon: ". Control characters are
-/// made visible and the text is bounded. Any thread; may wait for the system logger.
+/// made visible and the text is cut behind 512 bytes. Takes no memory and does not throw. Any
+/// thread; may wait for the system logger.
 void notify(std::string_view text);
 
 /// Tells one condition to the system log once per change: when its text first appears or changes,

@@ -61,9 +61,14 @@ DiskErrLook peekAtDisks() {
 }  // namespace support
 
 bool isDiskErrHandling(Json::Value& disks) try {
-    disks = Json::Value(Json::arrayValue);
-    return support::fill(support::lookAtDisks(), disks);
-} catch (const std::exception&) {
+    Json::Value found(Json::arrayValue);
+    const bool handles = support::fill(support::lookAtDisks(), found);
+    disks.swap(found);
+    return handles;
+} catch (const std::exception& failure) {
+    support::noteFailed(support::Reading::localDiskErrHandling, failure.what());
+    Json::Value none;  // an empty array would take memory
+    disks.swap(none);
     return false;
 }
 

@@ -26,7 +26,8 @@ bool isDRBDConnect() try {
     support::noteGood(support::Reading::drbdConnected);
     return std::any_of(drbd.resources.begin(), drbd.resources.end(),
                        [](const support::DrbdResource& each) { return each.established; });
-} catch (const std::exception&) {
+} catch (const std::exception& failure) {
+    support::noteFailed(support::Reading::drbdConnected, failure.what());
     return false;
 }
 

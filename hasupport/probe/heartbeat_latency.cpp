@@ -3,7 +3,7 @@
 // - Too few echoes were answered, or the link did not let them out (interface down or missing,
 //   address not there, network unreachable; tried again until the time is over): the time really
 //   waited. It is a true lower bound, above any sane threshold, and a fresh sample each time.
-// - Nothing can ever be measured (an address that is none, no right to open the socket): positive
+// - Nothing can ever be measured (an address that is none, no right to open the socket, no memory):
 //   infinity, at once. Nothing was waited for, so no number of milliseconds would be true; infinity
 //   cannot be taken for a normal heartbeat, and being the same each time never looks like a fresh
 //   sample. The status shows it as null, the reading as failed with the reason.
@@ -94,7 +94,8 @@ float measure() {
 
 }  // namespace
 
-float heartbeatLatency() try { return measure(); } catch (const std::exception&) {
+float heartbeatLatency() try { return measure(); } catch (const std::exception& failure) {
+    support::noteFailed(support::Reading::hbLatency, failure.what());
     return std::numeric_limits<float>::infinity();
 }
 

@@ -57,7 +57,8 @@ bool InterfaceChecker::networkNonOkRate(float& rate) try {
     support::noteGood(support::Reading::netNonOkRate);
     support::noteSample(support::SampleKind::netNonOkRate, rate);
     return true;
-} catch (const std::exception&) {
+} catch (const std::exception& failure) {
+    support::noteFailed(support::Reading::netNonOkRate, failure.what());
     return false;
 }
 

@@ -24,7 +24,8 @@ bool isMDResync() try {
     support::noteGood(support::Reading::localMDResync);
     return std::any_of(md.arrays.begin(), md.arrays.end(),
                        [](const support::MdArray& array) { return array.resyncing; });
-} catch (const std::exception&) {
+} catch (const std::exception& failure) {
+    support::noteFailed(support::Reading::localMDResync, failure.what());
     return false;
 }
 

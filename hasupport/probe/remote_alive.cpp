@@ -70,7 +70,10 @@ bool isPeerAlive() {
 IsRemoteAlive::IsRemoteAlive() = default;
 IsRemoteAlive::~IsRemoteAlive() = default;
 
-bool IsRemoteAlive::operator()() try { return isPeerAlive(); } catch (const std::exception&) {
+bool IsRemoteAlive::operator()() try {
+    return isPeerAlive();
+} catch (const std::exception& failure) {
+    support::noteFailed(support::Reading::remoteAlive, failure.what());
     return false;
 }
 

@@ -33,14 +33,16 @@ bool doesPeerHandleErrors(Json::Value& disks) {
 IsRemoteDiskErrHandling::IsRemoteDiskErrHandling() = default;
 IsRemoteDiskErrHandling::~IsRemoteDiskErrHandling() = default;
 
-bool IsRemoteDiskErrHandling::operator()(Json::Value& disks) {
-    disks = Json::Value(Json::arrayValue);
-    try {
-        return doesPeerHandleErrors(disks);
-    } catch (const std::exception&) {
-        disks = Json::Value(Json::arrayValue);
-        return false;
-    }
+bool IsRemoteDiskErrHandling::operator()(Json::Value& disks) try {
+    Json::Value found(Json::arrayValue);
+    const bool handles = doesPeerHandleErrors(found);
+    disks.swap(found);
+    return handles;
+} catch (const std::exception& failure) {
+    support::noteFailed(Reading::remoteDiskErrHandling, failure.what());
+    Json::Value none;  // an empty array would take memory
+    disks.swap(none);
+    return false;
 }
 
 }  // namespace KORA::HA::Daemon

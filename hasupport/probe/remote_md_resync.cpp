@@ -29,7 +29,10 @@ bool doesPeerResync() {
 IsRemoteMDResync::IsRemoteMDResync() = default;
 IsRemoteMDResync::~IsRemoteMDResync() = default;
 
-bool IsRemoteMDResync::operator()() try { return doesPeerResync(); } catch (const std::exception&) {
+bool IsRemoteMDResync::operator()() try {
+    return doesPeerResync();
+} catch (const std::exception& failure) {
+    support::noteFailed(Reading::remoteMDResync, failure.what());
     return false;
 }
 

@@ -1,5 +1,7 @@
 #include "hasupport/status.h"
 
+#include <exception>
+
 #include "hasupport/io/notice.h"
 
 namespace KORA::HA::Daemon {
@@ -9,6 +11,11 @@ constexpr std::size_t namesSeenLimit = 1024;
 constexpr std::size_t nameLengthLimit = 256;
 
 constinit support::Notice namesDropped;
+
+/// What there is no memory for becomes null: the old list would be a lie.
+Json::Value copyOf(const Json::Value& disks) try { return disks; } catch (const std::exception&) {
+    return {};
+}
 
 }  // namespace
 
@@ -34,34 +41,38 @@ bool Status::isRemoteAlive() const {
 }
 
 void Status::setErrHandlingDisk(const Json::Value& disks) {
+    Json::Value copy = copyOf(disks);
     const std::lock_guard lock(mutex_);
-    errHandlingDisk_ = disks;
+    errHandlingDisk_.swap(copy);
     rememberNames(disks);
 }
 
 Json::Value Status::getErrHandlingDisk() const {
     const std::lock_guard lock(mutex_);
-    return errHandlingDisk_;
+    return copyOf(errHandlingDisk_);
 }
 
 void Status::setErrHandlingDiskRemote(const Json::Value& disks) {
+    Json::Value copy = copyOf(disks);
     const std::lock_guard lock(mutex_);
-    errHandlingDiskRemote_ = disks;
+    errHandlingDiskRemote_.swap(copy);
     rememberNames(disks);
 }
 
 Json::Value Status::getErrHandlingDiskRemote() const {
     const std::lock_guard lock(mutex_);
-    return errHandlingDiskRemote_;
+    return copyOf(errHandlingDiskRemote_);
 }
 
-std::set<std::string> Status::getErrHandlingDisksSeen() const {
+std::set<std::string> Status::getErrHandlingDisksSeen() const try {
     const std::lock_guard lock(mutex_);
     return errHandlingDisksSeen_;
+} catch (const std::exception&) {
+    return {};
 }
 
 // A peer that makes up new names at every pass must not make this process grow.
-void Status::rememberNames(const Json::Value& disks) {
+void Status::rememberNames(const Json::Value& disks) try {
     if (!disks.isArray()) {
         return;
     }
@@ -75,6 +86,8 @@ void Status::rememberNames(const Json::Value& disks) {
             namesDropped.raise("too many disk names under error handling: new ones are not kept");
         }
     }
+} catch (const std::exception&) {
+    return;  // a name more or less is not worth the caller's end
 }
 
 }  // namespace KORA::HA::Daemon

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "daemon/my_routine.h"
-#include "tests/daemon/support/failing_memory.h"
 #include "tests/daemon/support/thread_calls.h"
 #include "tests/scripted/script.h"
+#include "tests/support/failing_memory.h"
 
 namespace KORA::HA::Daemon {
 namespace {

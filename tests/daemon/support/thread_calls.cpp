@@ -7,7 +7,7 @@
 #include <mutex>
 #include <utility>
 
-#include "tests/daemon/support/failing_memory.h"
+#include "tests/support/failing_memory.h"
 
 namespace koraha::test {
 namespace {

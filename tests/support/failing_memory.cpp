@@ -1,4 +1,4 @@
-#include "tests/daemon/support/failing_memory.h"
+#include "tests/support/failing_memory.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -10,19 +10,23 @@ namespace {
 constexpr int none = -1;
 
 thread_local int untilFailure = none;
+thread_local bool forGood = false;
+thread_local bool failed = false;
 
 }  // namespace
 
 namespace koraha::test {
 
-FailingAllocation::FailingAllocation(int number) {
+FailingAllocation::FailingAllocation(int number, bool andAllBehindIt) {
     untilFailure = number;
+    forGood = andAllBehindIt;
+    failed = false;
 }
 FailingAllocation::~FailingAllocation() {
     untilFailure = none;
 }
 bool FailingAllocation::hasFailed() {
-    return untilFailure == none;
+    return failed;
 }
 
 AllocationsAside::AllocationsAside() : untilFailure_(std::exchange(untilFailure, none)) {}
@@ -34,7 +38,8 @@ AllocationsAside::~AllocationsAside() {
 
 void* operator new(std::size_t size) {
     const bool fails = untilFailure == 0;
-    if (untilFailure != none) {
+    failed = failed || fails;
+    if (untilFailure != none && !(fails && forGood)) {
         --untilFailure;
     }
     void* memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);

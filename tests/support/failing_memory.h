@@ -5,10 +5,10 @@ namespace koraha::test {
 /// The test program has an `operator new` of its own, which can lack memory once.
 ///
 /// While this object lives, the allocation of that number, from 0, that its thread makes fails with
-/// bad_alloc; the ones before and after it do not.
+/// bad_alloc; the ones before it do not, and those after it only `andAllBehindIt`.
 class FailingAllocation {
   public:
-    explicit FailingAllocation(int number);
+    explicit FailingAllocation(int number, bool andAllBehindIt = false);
     ~FailingAllocation();
     FailingAllocation(const FailingAllocation&) = delete;
     FailingAllocation& operator=(const FailingAllocation&) = delete;
