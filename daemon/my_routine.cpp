@@ -1,6 +1,5 @@
 #include "daemon/my_routine.h"
 
-#include <boost/bind/bind.hpp>
 #include <boost/chrono/duration.hpp>
 
 #include <utility>

@@ -9,7 +9,8 @@ namespace KORA::HA::Daemon {
 inline constexpr const char* daemonTag = "koraharemotemond";
 
 /// Puts one message into the daemon log behind its prefix: source tag, ":", line number, one blank.
-/// The number identifies the message; operators search for it. Any thread; touches no disk.
+/// The number identifies the message; operators search for it. Any thread; touches no disk and
+/// never throws: a line that there is no memory for is lost.
 void logMessage(int line, std::string_view message);
 
 /// The same under another source tag.

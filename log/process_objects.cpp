@@ -1,6 +1,7 @@
 #include "log/process_objects.h"
 
 #include <atomic>
+
 #include "log/running_flag.h"
 
 namespace KORA::HA::Daemon {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/scripted/script.h"
+#include "tests/support/failing_memory.h"
 
 namespace KORA::HA::Daemon {
 namespace {
@@ -34,6 +35,16 @@ TEST(LogMessage, longTextIsNotCut) {
     const std::string text(100'000, 'x');
     logMessage(1, text);
     EXPECT_EQ(Lines{"koraharemotemond:1 " + text}, script().logLines);
+}
+
+TEST(LogMessage, withoutMemoryTheLineIsLostAndTheNextIsNot) {
+    {
+        const koraha::test::FailingAllocation noMemory(0, true);
+        logMessage(473, "Failed to wait process exec");
+    }
+    EXPECT_EQ(Lines{}, script().logLines);
+    logMessage(493, "Failed to join thread");
+    EXPECT_EQ(Lines{"koraharemotemond:493 Failed to join thread"}, script().logLines);
 }
 
 }  // namespace

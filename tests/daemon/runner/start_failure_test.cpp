@@ -101,5 +101,18 @@ TEST_F(StartFailure, comesFromEachAllocationThatFails) {
     EXPECT_GT(failures, 3);  // the shared promise, its state and the thread's own at least
 }
 
+TEST_F(StartFailure, isNoWorseWhenThereIsNotEvenMemoryForItsLine) {
+    boost::function<bool()> argument = routine();
+    std::optional<MyRoutine> made;
+    {
+        const FailingAllocation noMemory(0, true);
+        made.emplace(std::move(argument));
+    }
+    EXPECT_EQ(2, made->getState());
+    made->join();
+    EXPECT_EQ(std::vector<std::string>{}, script().logLines);
+    EXPECT_FALSE(ran);
+}
+
 }  // namespace
 }  // namespace KORA::HA::Daemon
