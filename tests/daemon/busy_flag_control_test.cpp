@@ -185,6 +185,13 @@ TEST(BusyFlagControl, flagThatAnotherProgramRemovedIsRaisedOnlyWhenThePeerComesB
     });
 }
 
+TEST(BusyFlagControl, historyOutlivesTheRoutine) {
+    inOwnSystem([] {
+        EXPECT_EQ((std::vector<Cycle>{raised}), runCycles({true}));
+        EXPECT_EQ((std::vector<Cycle>{leftUp, lowered}), runCycles({false, false}));
+    });
+}
+
 TEST(BusyFlagControl, stoppingFinishesTheCycleWithItsSleepAndLeavesTheFlag) {
     inOwnSystem([] {
         Status status;

@@ -187,6 +187,10 @@ TEST(MayBlockCheck, oneCheckerAndOneRateThatStartsAtZeroServeTheWholeLoop) {
         EXPECT_EQ((std::vector<float>{0.0F, 0.25F, 0.5F}), handed);
         EXPECT_EQ(0.75F, status.netNonOkRate);
         EXPECT_EQ(1, script().made["InterfaceChecker"]);
+        handed.clear();
+        runPasses(status, 1, true);  // a loop of its own
+        EXPECT_EQ((std::vector<float>{0.0F}), handed);
+        EXPECT_EQ(1, script().made["InterfaceChecker"]);
     });
 }
 
@@ -194,6 +198,18 @@ TEST(MayBlockCheck, sleepsTheActiveIntervalWhileTheNodeIsActive) {
     inOwnSystem([] {
         touch(roleMarker);
         Status status;
+        runPasses(status, 1, true);
+        EXPECT_EQ("sleep 20", script().calls.back());
+    });
+}
+
+TEST(MayBlockCheck, roleThatChangesDuringAPassHoldsForTheSleepOfThatPass) {
+    inOwnSystem([] {
+        Status status;
+        script().mdResync = [] {
+            touch(roleMarker);
+            return false;
+        };
         runPasses(status, 1, true);
         EXPECT_EQ("sleep 20", script().calls.back());
     });

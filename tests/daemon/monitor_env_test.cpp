@@ -85,12 +85,15 @@ TEST(MonitorEnv, negativeRestsRunTheMonitorsOnceAndPracticallyNeverAgain) {
     });
 }
 
-TEST(MonitorEnv, tasksAreCountedUnderTheirNames) {
+TEST(MonitorEnv, eachTaskIsCountedUnderItsName) {
     inOwnSystem([] {
+        configure(R"({"NUM_OF_REST_MON_HB_LATENCY": 9, "NUM_OF_REST_MON_PKT_DROP": 0})");
         Status status;
-        runPasses(status, 1, true);
-        EXPECT_FALSE(doTaskByIntervals(1, "monitor_latency"));
+        runPasses(status, 3, true);  // they count 2 and 0 now
+        EXPECT_FALSE(doTaskByIntervals(3, "monitor_latency"));
+        EXPECT_TRUE(doTaskByIntervals(3, "monitor_latency"));
         EXPECT_FALSE(doTaskByIntervals(1, "monitor_packet_loss"));
+        EXPECT_TRUE(doTaskByIntervals(1, "monitor_packet_loss"));
     });
 }
 
@@ -159,6 +162,18 @@ TEST(MonitorEnv, sleepsTheActiveIntervalWhileTheNodeIsActive) {
     inOwnSystem([] {
         touch(roleMarker);
         Status status;
+        runPasses(status, 1, true);
+        EXPECT_EQ("sleep 20", script().calls.back());
+    });
+}
+
+TEST(MonitorEnv, roleThatChangesDuringAPassHoldsForTheSleepOfThatPass) {
+    inOwnSystem([] {
+        Status status;
+        script().readAliveBack = [](bool stored) {
+            touch(roleMarker);
+            return stored;
+        };
         runPasses(status, 1, true);
         EXPECT_EQ("sleep 20", script().calls.back());
     });

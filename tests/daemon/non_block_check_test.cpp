@@ -64,6 +64,16 @@ TEST(NonBlockCheck, localDetailIsOneArrayThatIsNotClearedBetweenPasses) {
     });
 }
 
+TEST(NonBlockCheck, localDetailStartsEmptyWithEachLoop) {
+    inOwnSystem([] {
+        Status status;
+        script().diskErrHandling = reports({"sda"});
+        runPasses(status, 1, false);
+        runPasses(status, 1, false);
+        EXPECT_EQ("isDiskErrHandling []", script().calls.front());
+    });
+}
+
 TEST(NonBlockCheck, eachFieldFollowsItsOwnProbeAtEveryPass) {
     inOwnSystem([] {
         Status status;
@@ -134,6 +144,18 @@ TEST(NonBlockCheck, sleepsTheIntervalOfTheRoleThatTheNodeHasAtThatMoment) {
         runPasses(status, 5, false);
         EXPECT_EQ((Calls{"sleep 15", "sleep 15", "sleep 20", "sleep 20", "sleep 15"}),
                   script().callsOf({"sleep"}));
+    });
+}
+
+TEST(NonBlockCheck, roleThatChangesDuringAPassHoldsForTheSleepOfThatPass) {
+    inOwnSystem([] {
+        Status status;
+        script().diskErrHandling = [](Json::Value&) {
+            touch(roleMarker);
+            return false;
+        };
+        runPasses(status, 1, false);
+        EXPECT_EQ("sleep 20", script().calls.back());
     });
 }
 

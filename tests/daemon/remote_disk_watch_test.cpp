@@ -263,6 +263,32 @@ TEST(RemoteDiskWatch, elementsAreTakenByTheirValueAsTextAndNotByTheirKey) {
     });
 }
 
+TEST(RemoteDiskWatch, elementThatIsNoTextCountsUnderTheTextThatTheLibraryMakesOfIt) {
+    inOwnSystem([] {
+        Json::Value list(Json::arrayValue);
+        list.append(7);
+        list.append(true);
+        list.append(Json::Value());
+        cyclesWith(1, list);
+        EXPECT_EQ((Calls{sighting(1, "7"), sighting(1, "true"), sighting(1, "")}),
+                  script().logLines);
+    });
+}
+
+TEST(RemoteDiskWatch, elementThatCannotBeTextThrowsAndNothingCatchesIt) {
+    for (const Json::ValueType type : {Json::arrayValue, Json::objectValue}) {
+        inOwnSystem([type] {
+            Status status;
+            Json::Value list = jsonList({"sda"});
+            list.append(Json::Value(type));
+            status.setErrHandlingDiskRemote(list);
+            status.remoteDiskErrHandling = true;
+            EXPECT_THROW(monitorRemoetDiskErrHandling(status), Json::Exception);
+            EXPECT_EQ(Calls{sighting(1, "sda")}, script().logLines);
+        });
+    }
+}
+
 TEST(RemoteDiskWatch, restartIsRepeatedOnlyAfterThresholdFurtherSightings) {
     inOwnSystem([] {
         cycles(35, {"sda"});

@@ -215,6 +215,23 @@ TEST_F(Supervisor, shutDownJoinsTheOthersWhenOneWasNeverStarted) {
     EXPECT_EQ(Calls{"beta"}, joined());
 }
 
+// What keeps a join from its end is, with these threads, that the joining one is interrupted.
+TEST_F(Supervisor, shutDownJoinsTheOthersWhenOneCannotBeJoined) {
+    std::atomic<bool> ended{false};
+    start("alpha", [&ended] { return eventually([&ended] { return ended.load(); }); });
+    start("beta", untilTheFlagIsClear);
+    start("gamma", untilTheFlagIsClear);
+    stopRunning();
+    boost::thread shutter([this] { shutDown(routines); });
+    shutter.interrupt();
+    shutter.join();
+    EXPECT_EQ((Calls{"beta", "gamma"}), joined());
+    EXPECT_EQ(
+        (Calls{writes[0], writes[1], "daemonLog.set koraharemotemond:493 Failed to join thread"}),
+        script().calls);
+    ended = true;
+}
+
 TEST_F(Supervisor, routineThatDoesNotReturnBlocksTheShutDown) {
     std::atomic<bool> ended{false};
     std::atomic<bool> isDown{false};
