@@ -15,6 +15,7 @@ sys.path.insert(0, str(HERE))
 from lib import kernel  # noqa: E402
 from lib.machine import has_kvm  # noqa: E402
 from lib.pair import Pair, sweep  # noqa: E402
+from lib.system import SystemPair  # noqa: E402
 
 
 def load(path):
@@ -52,26 +53,29 @@ def accelerator(paths, cache):
 
 
 def run_one(name, module, paths, results, keep):
-    pair = Pair(paths, results)
+    pair = None
     began = time.monotonic()
     try:
+        pair = (SystemPair if getattr(module, "SYSTEM", False) else Pair)(paths, results)
         if getattr(module, "BOOT", True):
             pair.boot()
         module.run(pair)
         verdict = None
     except (Exception, KeyboardInterrupt) as problem:
         verdict = problem if str(problem) else traceback.format_exc()
-        pair.collect(name)
+        if pair:
+            pair.collect(name)
         if isinstance(problem, KeyboardInterrupt):
             raise
     finally:
-        if keep:
+        if pair and keep:
             offer_shell(pair)
-        pair.close()
+        if pair:
+            pair.close()
     seconds = time.monotonic() - began
     print(f"{'ok  ' if verdict is None else 'FAIL'} {name}: "
           f"{(module.__doc__ or '').strip().splitlines()[0]} ({seconds:.0f} s)", flush=True)
-    for fact in pair.facts:
+    for fact in pair.facts if pair else []:
         print(f"       {fact}", flush=True)
     if verdict is not None:
         print("       " + str(verdict).replace("\n", "\n       "), flush=True)

@@ -1,15 +1,12 @@
 #!/bin/sh
 # shellcheck disable=SC2013 # the words of the command line are what is meant
-# Process 1 of a lab node: sets the machine up, then obeys the commands that come through the serial
-# port from the host, one line each: ID, a blank, the command in base64. The answer: ID, exit status,
-# output in base64.
+# Process 1 of a lab node without a service manager: sets the machine up, then obeys the host.
 export PATH=/usr/local/sbin:/usr/sbin:/sbin:/usr/bin:/bin HOME=/root LC_ALL=C
 for word in $(cat /proc/cmdline); do
     case $word in
         lab.node=*) node=${word#*=} ;;
     esac
 done
-[ "$node" = 1 ] && peer=2 || peer=1
 
 mount -t tmpfs -o mode=1777 tmp /tmp
 mount -t tmpfs -o mode=755 run /run
@@ -20,8 +17,6 @@ hostname "node$node"
 printf '127.0.0.1 localhost\n10.77.0.1 node1\n10.77.0.2 node2\n' > /etc/hosts
 echo 1 > /proc/sys/kernel/panic
 
-modprobe virtio_console
-modprobe ext4
 mkdir -p /disk
 blkid /dev/vda > /dev/null 2>&1 || mke2fs -q -t ext4 /dev/vda
 mount -t ext4 /dev/vda /disk
@@ -39,22 +34,6 @@ ip link set lo up
 ip link set eth0 up
 ip addr add "10.77.0.$node/24" dev eth0
 ip -6 addr add "fd77::$node/64" dev eth0 nodad
-export LAB_NODE="$node" LAB_PEER="$peer"
 [ ! -x /var/lib/ha/on-boot ] || setsid /var/lib/ha/on-boot > /disk/on-boot.log 2>&1 < /dev/null &
 
-port=
-while [ -z "$port" ]; do
-    port=$(ls /dev/vport*p1 2> /dev/null)
-done
-exec 3<> "$port"
-echo "ready $(cat /proc/sys/kernel/random/boot_id)" >&3
-while :; do
-    read -r id command <&3 || { sleep 0.1; continue; } # the host is not connected
-    [ -n "$command" ] || continue
-    (
-        output=$(printf '%s' "$command" | base64 -d | sh 2>&1 3>&-)
-        status=$?
-        printf '%s %s %s\n' "$id" "$status" "$(printf '%s' "$output" | base64 -w 0)" |
-            flock /run/lock/port cat >&3
-    ) < /dev/null &
-done
+exec /bin/sh /lab/guest/agent.sh

@@ -6,7 +6,8 @@ import shutil
 import subprocess
 
 XZ_MAGIC = b"\xfd7zXZ\x00"
-BOOT_MODULES = ["virtio_pci", "9pnet_virtio", "9p", "overlay", "virtio_net", "virtio_blk"]
+BOOT_MODULES = ["virtio_pci", "9pnet_virtio", "9p", "overlay", "virtio_net", "virtio_blk",
+                "ext4"]
 
 
 def newest_image():

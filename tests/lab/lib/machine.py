@@ -45,6 +45,8 @@ def die_with(parent):
 class Machine:
     """A guest. `directory` holds its sockets, its disks and its console's log."""
 
+    patience = 60  # seconds that a command may take, if nothing else is said
+
     def __init__(self, number, directory, command):
         self.number = number
         self.directory = directory
@@ -121,7 +123,8 @@ class Machine:
         self.port.sendall(f"{number} {packed}\n".encode())
         return answer
 
-    def run(self, command, timeout=60, check=True):
+    def run(self, command, timeout=None, check=True):
+        timeout = timeout or self.patience
         try:
             status, output, _ = self.send(command).get(timeout=timeout)
         except queue.Empty:

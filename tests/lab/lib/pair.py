@@ -10,6 +10,7 @@ import socket
 import subprocess
 import tempfile
 import time
+from concurrent.futures import ThreadPoolExecutor
 
 from lib.machine import LabError, Machine
 
@@ -17,8 +18,8 @@ DISK_MEGABYTES = {"vda": 24, "vdb": 48, "vdc": 48}
 PREFIX = "koraha-lab-"  # of the temporary directories; the process id follows
 BIN = "/lab/build/bin"  # in the guests
 
-# What looking costs on a busy machine without KVM: each look is a program started in a guest.
-MEASURING = 8.0
+# What it costs to look, and to be scheduled at all, on a busy machine without KVM.
+MEASURING = 3.0
 
 # All paces are one second, so that nothing is waited for but what a scenario is about.
 FAST = {
@@ -70,9 +71,12 @@ class Awaited:
 class Node(Machine):
     """A machine that runs the daemon."""
 
+    tool = f"{BIN}/korahamonctl"
+
     def __init__(self, number, directory, command, paths):
         super().__init__(number, directory, command)
         self.address = f"10.77.0.{number}"
+        self.peer_address = f"10.77.0.{3 - number}"
         self.paths = paths
 
     def put(self, path, text, mode="644"):
@@ -83,23 +87,21 @@ class Node(Machine):
         if support is not None:
             self.put("/var/lib/ha/hasupport.conf", json.dumps(support))
 
-    def daemon_line(self, peer_address, interface="eth0"):
-        return f"{BIN}/koraharemotemond {self.address} {peer_address} {interface}"
+    def daemon_line(self, interface="eth0"):
+        return f"{BIN}/koraharemotemond {self.address} {self.peer_address} {interface}"
 
-    def start_daemon(self, peer_address=None, interface="eth0"):
-        peer_address = peer_address or f"10.77.0.{3 - self.number}"
+    def start_daemon(self, interface="eth0"):
         self.run("ulimit -l unlimited; mkdir -p /tmp/ha; setsid "
-                 f"{self.daemon_line(peer_address, interface)} </dev/null >/run/daemon.out 2>&1 &\n"
+                 f"{self.daemon_line(interface)} </dev/null >/run/daemon.out 2>&1 &\n"
                  "echo $! > /run/daemon.pid")
 
     def comes_back(self, before=":"):
         """Has the daemon start again by itself when the node restarts, after `before` was run."""
-        peer = f"10.77.0.{3 - self.number}"
         self.put("/var/lib/ha/on-boot", f"#!/bin/sh\n{before}\nulimit -l unlimited\n"
-                 f"echo $$ > /run/daemon.pid\nexec {self.daemon_line(peer)}", "755")
+                 f"echo $$ > /run/daemon.pid\nexec {self.daemon_line()}", "755")
 
     def ctl(self, arguments, check=False):
-        return self.run(f"{BIN}/korahamonctl {arguments}", check=check)
+        return self.run(f"{self.tool} {arguments}", check=check)
 
     def status(self, patience=20):
         """The daemon's status; on a starved machine it may need to be asked again."""
@@ -157,6 +159,9 @@ class Node(Machine):
 class Pair:
     """Two nodes, made for one scenario and ended with it."""
 
+    node_type = Node
+    boot_seconds = 120
+
     def __init__(self, paths, results):
         self.paths = paths
         self.results = results
@@ -174,7 +179,7 @@ class Pair:
         for name, size in DISK_MEGABYTES.items():
             with open(directory / name, "wb") as disk:
                 disk.truncate(size << 20)
-        return Node(number, directory, self._command(number, directory, ports), self.paths)
+        return self.node_type(number, directory, self._command(number, directory, ports), self.paths)
 
     def _command(self, number, directory, ports):
         kvm = self.paths["accelerator"] == "kvm"
@@ -182,6 +187,8 @@ class Pair:
                  "random.trust_cpu=on", "no_timer_check", "tsc=reliable", "net.ifnames=0",
                  f"lab.node={number}", f"lab.modules={self.paths['kernel']}/lib/modules",
                  f"lab.guest={self.paths['guest']}", f"lab.build={self.paths['build']}"]
+        if "system" in self.paths:
+            words.append(f"lab.system={self.paths['system']}")
         command = [
             "qemu-system-x86_64", "-machine", f"q35,accel={'kvm' if kvm else 'tcg'},usb=off",
             "-cpu", "host,-arch-capabilities" if kvm else "max,-la57", "-m", "512", "-smp", "1", "-nodefaults",
@@ -215,9 +222,8 @@ class Pair:
         for node in self.nodes:
             node.launch()
         for node in self.nodes:
-            node.wait_boot(120)
-        if (self.paths["build"] / "bin/korahamonctl").exists():
-            self.make_key()
+            node.wait_boot(self.boot_seconds)
+        self.make_key()
 
     def make_key(self):
         """One key for both nodes, made by the project's own tool."""
@@ -226,26 +232,31 @@ class Pair:
         packed = first.run("base64 -w 0 /var/lib/ha/peer.key")
         second.run("umask 077; echo " + packed + " | base64 -d > /var/lib/ha/peer.key")
 
+    def both(self, work):
+        """Has work(node) done on both nodes at the same time."""
+        with ThreadPoolExecutor(len(self.nodes)) as pool:
+            return list(pool.map(work, self.nodes))
+
     def start_daemons(self, settings=None, support=None):
-        for node in self.nodes:
+        def start(node):
             node.configure(settings, support)
             node.start_daemon()
-        for node in self.nodes:
-            node.until(lambda s: s.get("remoteAlive") is True, "the peer is alive")
+
+        self.both(start)
+        self.both(lambda node: node.until(lambda s: s.get("remoteAlive") is True, "the peer is alive"))
 
     def drbd_up(self, *resources):
         """Brings resources up, connected and up to date on both nodes, without a first sync."""
-        for node in self.nodes:
-            node.run("modprobe drbd minor_count=4")
-            for resource in resources:
-                node.run(f"yes yes | drbdadm create-md --force {resource}; drbdadm up {resource}")
+        up = "modprobe drbd minor_count=4" + "".join(
+            f"; yes yes | drbdadm create-md --force {each}; drbdadm up {each}" for each in resources)
+        self.both(lambda node: node.run(up))
         for resource in resources:
             self.nodes[0].run(f"drbdadm wait-connect {resource}; "
                               f"drbdadm -- --clear-bitmap new-current-uuid {resource}")
-        for node in self.nodes:
-            node.run("for i in $(seq 100); do "
-                     f"[ $(grep -c 'cs:Connected.*ds:UpToDate/UpToDate' /proc/drbd) = {len(resources)} ]"
-                     " && exit 0; sleep 0.2; done; cat /proc/drbd; exit 1")
+        self.both(lambda node: node.run(
+            "for i in $(seq 100); do "
+            f"[ $(grep -c 'cs:Connected.*ds:UpToDate/UpToDate' /proc/drbd) = {len(resources)} ]"
+            " && exit 0; sleep 0.2; done; cat /proc/drbd; exit 1"))
 
     def timed(self, what, took, paces):
         """Notes how long the daemon took, against the sum of the paces and probe bounds on the way."""
@@ -270,7 +281,8 @@ class Pair:
             for kept, command in (("daemon.log", "cat /var/log/ha/ha.daemon.log*"),
                                   ("daemon.out", "cat /run/daemon.out"), ("dmesg", "dmesg"),
                                   ("drbd", "cat /proc/drbd"), ("ps", "ps axww"),
-                                  ("status.json", f"{BIN}/korahamonctl status --json")):
+                                  ("journal", "journalctl -b --no-pager"),
+                                  ("status.json", f"{node.tool} status --json")):
                 try:
                     (into / kept).write_text(node.run(command, timeout=5, check=False))
                 except Exception as problem:  # a dead guest has nothing more to tell

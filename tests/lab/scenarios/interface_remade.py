@@ -1,5 +1,19 @@
 """The replication interface is removed, made anew, renamed: probes and peer service come back."""
 
+import time
+
+GOOD = "s['remoteAlive'] and s['readings']['remoteMDResync']['valid']"
+
+
+def back_after(pair, what, command):
+    """Both nodes see a living peer whose service answers, some time after `command` was run."""
+    awaited = [node.awaiting(GOOD) for node in pair]
+    pair.nodes[1].run(command)
+    event = time.monotonic()
+    for seen in awaited:
+        # a look for the interface, the echo, then the exchange, each with its pace or bound
+        pair.timed(f"node{seen.node.number}: {what}, all back", seen.since(event), 1 + 1 + 1 + 1 + 1)
+
 
 def run(pair):
     first, second = pair
@@ -12,22 +26,14 @@ def run(pair):
         node.configure()
     first.start_daemon()
     second.start_daemon(interface="hb0")
-    good = (lambda s: s.get("remoteAlive") is True
-            and s.get("readings", {}).get("remoteMDResync", {}).get("valid") is True)
-    for node in pair:
-        node.until(good, "alive and the peer service answers", 60)
+    for seen in [node.awaiting(GOOD) for node in pair]:
+        seen.since(0)
     second.run("ip link del hb0")
     for node in pair:
         node.until(lambda s: s.get("remoteAlive") is False, "the interface is gone")
-    second.run(make)
-    for node in pair:
-        took = node.until(good, "alive, and the peer service answers again", 60)
-        pair.timed(f"node{node.number}: made anew, all back", took, 1 + 1 + 1 + 1)
+    back_after(pair, "made anew", make)
     second.run("ip link set hb0 down; ip link set hb0 name hb9; ip link set hb9 up")
     second.until(lambda s: s.get("remoteAlive") is False, "no interface of that name any more")
     first.until(lambda s: s["readings"]["remoteMDResync"]["valid"] is False,
                 "its kernel answers under any name, its peer service does not")
-    second.run("ip link set hb9 down; ip link set hb9 name hb0; ip link set hb0 up")
-    for node in pair:
-        took = node.until(good, "alive, and the peer service answers under the old name", 60)
-        pair.timed(f"node{node.number}: renamed there and back, all back", took, 1 + 1 + 1 + 1)
+    back_after(pair, "renamed there and back", "ip link set hb9 down; ip link set hb9 name hb0; ip link set hb0 up")

@@ -1,0 +1,119 @@
+"""Nodes that run a whole Debian with its service manager, and the daemon from its packages."""
+
+import shutil
+import subprocess
+
+from lib.machine import LabError
+from lib.pair import Node, Pair
+
+WITH = ["systemd-sysv", "udev", "dbus", "kmod", "iproute2", "iputils-ping", "procps", "e2fsprogs",
+        "drbd-utils", "mdadm", "python3-minimal", "libboost-thread1.74.0", "libboost-chrono1.74.0",
+        "libjsoncpp25", "libsodium23"]
+ENABLED = ["systemd-networkd", "systemd-networkd-wait-online"]
+# What a node that lives for minutes only loses time with.
+MASKED = ["serial-getty@ttyS0.service", "getty.target", "timers.target", "systemd-random-seed.service",
+          "e2scrub_reap.service", "systemd-pstore.service", "systemd-update-utmp.service",
+          "systemd-update-utmp-runlevel.service", "systemd-binfmt.service", "dev-hugepages.mount",
+          "proc-sys-fs-binfmt_misc.automount", "sys-kernel-debug.mount", "sys-kernel-tracing.mount",
+          "modprobe@drm.service", "modprobe@fuse.service", "modprobe@loop.service", "modprobe@configfs.service"]
+COLDPLUG = ("etc/systemd/system/systemd-udev-trigger.service.d/few.conf",
+            "[Service]\nExecStart=\nExecStart=-udevadm trigger --action=add --subsystem-match=net "
+            "--subsystem-match=block\n")
+SOURCES = ["CMakeLists.txt", "cmake", "config", "daemon", "hasupport", "log", "monitor", "packaging", "server",
+           "tools"]
+PACKAGES = ["libkoracore1", "libkorahadaemon1", "koraharemotemond", "korahamonctl"]
+INSTALL = "dpkg -i " + " ".join(f"/lab/build/{name}_*.deb" for name in PACKAGES)
+UNIT = "koraharemotemond"
+LOG = "/var/log/ha/ha.daemon.log"
+
+
+def run(*words, cwd=None):
+    done = subprocess.run(words, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    if done.returncode != 0:
+        raise LabError(f"exit status {done.returncode} of: {' '.join(map(str, words))}\n{done.stdout[-3000:]}")
+    return done.stdout
+
+
+def make_root(cache):
+    """A fresh system with what the packages depend on, made once; the nodes only read it."""
+    root, stamp = cache / "system", cache / "system.made-with"
+    made_with = "\n".join([*WITH, *ENABLED, *MASKED, *COLDPLUG])
+    if stamp.exists() and stamp.read_text() == made_with:
+        return root
+    stamp.unlink(missing_ok=True)
+    shutil.rmtree(root, ignore_errors=True)
+    mirror = run("apt-get", "indextargets", "--format", "$(SITE)", "Created-By: Packages").split("\n")[0]
+    run("debootstrap", "--variant=minbase", "--include=" + ",".join(WITH), "bookworm", root, mirror)
+    run("systemctl", "--root", root, "enable", *ENABLED)
+    run("systemctl", "--root", root, "mask", *MASKED)
+    (root / COLDPLUG[0]).parent.mkdir()
+    (root / COLDPLUG[0]).write_text(COLDPLUG[1])
+    stamp.write_text(made_with)
+    return root
+
+
+def make_packages(top):
+    """The packages of what lies here now."""
+    packages = top / "build/packages"
+    built = next(packages.glob("koraharemotemond_*.deb"), None)
+    if built is None or run("find", *SOURCES, "-newer", built, cwd=top):
+        run("scripts/package", cwd=top)
+    return packages
+
+
+class SystemNode(Node):
+    tool = "korahamonctl"
+    patience = 300  # a service manager has to do with many commands
+
+    def set_up(self, settings=None, support=None):
+        """What a person does on a fresh node."""
+        self.run(INSTALL)
+        self.run(f"sed -i -e 's/^LOCAL_ADDRESS=.*/LOCAL_ADDRESS={self.address}/' "
+                 f"-e 's/^PEER_ADDRESS=.*/PEER_ADDRESS={self.peer_address}/' "
+                 f"-e 's/^INTERFACE=.*/INTERFACE=eth0/' /etc/default/{UNIT}")
+        self.configure(settings, support)
+
+    def known_lines(self):
+        """Every line of the daemon log, on disk or still in the daemon's buffer."""
+        text = self.run(f"cat /run/koraha/* {LOG}* 2>/dev/null | grep -aoE "
+                        "'[0-9]{4}-[0-9-]+T[0-9:.]+Z [^[:cntrl:]]+'", check=False)
+        return set(filter(None, text.split("\n")))
+
+    def on_disk(self, lines):
+        """How often each of `lines` stands in the log files."""
+        found = self.run(f"cat {LOG}* 2>/dev/null", check=False).split("\n")
+        return {line: found.count(line) for line in lines}
+
+    def lines_on_disk(self, lines):
+        return sum(count > 0 for count in self.on_disk(lines).values())
+
+    def check_log(self, lines, event):
+        wrong = {line: count for line, count in self.on_disk(lines).items() if count != 1}
+        if wrong or not lines:
+            raise LabError(f"node{self.number}: after {event}, lines and how often they stand in the log: {wrong}")
+
+    def pid(self):
+        return int(self.run(f"systemctl show --property MainPID --value {UNIT}"))
+
+
+class SystemPair(Pair):
+    node_type = SystemNode
+    boot_seconds = 600
+
+    def __init__(self, paths, results):
+        top = paths["guest"].parent.parent.parent
+        super().__init__({**paths, "system": make_root(paths["kernel"].parent), "build": make_packages(top)},
+                         results)
+        for node in self.nodes:
+            disk = node.directory / "vda"
+            with open(disk, "wb") as file:
+                file.truncate(1 << 30)
+            run("mke2fs", "-q", "-t", "ext4", disk)
+
+    def make_key(self):
+        """Once the packages with their tool are there."""
+
+    def set_up(self, settings=None, support=None):
+        self.both(lambda node: node.set_up(settings, support))
+        super().make_key()
+        self.both(lambda node: node.run(f"systemctl enable --now {UNIT}"))
