@@ -16,7 +16,7 @@ struct Codes {
 constexpr const char* usage = "wrong usage";
 constexpr const char* noAnswer = "the daemon does not answer";
 
-constexpr std::array<Codes, 12> table = {{
+constexpr std::array<Codes, 13> table = {{
     {"status",
      {"all is well (a resynchronisation alone is well)",
       "the peer is not alive, DRBD is not connected, a disk of either node is in error handling, "
@@ -32,6 +32,7 @@ constexpr std::array<Codes, 12> table = {{
       "handling, or an array is degraded",
       "UNKNOWN, a value is invalid or stale, the daemon does not answer, or wrong usage"}},
     {"log", {"shown", "there is no log, or it cannot be shown", usage, nullptr}},
+    {"tune", {"replayed", "there are no samples", usage, nullptr}},
     {"explain", {"explained", "no message is like this", usage, nullptr}},
     {"doctor", {"no point is bad", "at least one point is bad", usage, nullptr}},
     {"support-bundle", {"made", "it could not be made", usage, nullptr}},

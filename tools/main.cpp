@@ -21,6 +21,7 @@
 #include "tools/peer_key_command.h"
 #include "tools/status_command.h"
 #include "tools/support_bundle_command.h"
+#include "tools/tune_command.h"
 #include "tools/visible.h"
 
 namespace {
@@ -114,14 +115,19 @@ std::map<std::string, Topic> topicWords() {
     return words;
 }
 
-void runLog(const LogWords& words, LogOptions& options, int& result) {
+// The time that the words of --since stand for.
+LogTime sinceFrom(const std::string& words) {
     const auto now = std::chrono::system_clock::now();
+    const auto time = timeFrom(words, std::chrono::floor<std::chrono::microseconds>(now));
+    if (!time) {
+        throw CLI::ValidationError("--since", "is no time: " + visible(words));
+    }
+    return *time;
+}
+
+void runLog(const LogWords& words, LogOptions& options, int& result) {
     if (!words.since.empty()) {
-        options.filter.since =
-            timeFrom(words.since, std::chrono::floor<std::chrono::microseconds>(now));
-        if (!options.filter.since) {
-            throw CLI::ValidationError("--since", "is no time: " + visible(words.since));
-        }
+        options.filter.since = sinceFrom(words.since);
     }
     options.path = words.record ? "/var/log/ha/ha.daemon.record" : options.path;
     result = showLog(options, std::cout, std::cerr);
@@ -147,6 +153,37 @@ void addLog(CLI::App& app, LogOptions& options, LogWords& words, int& result) {
             options.last = shownByDefault;
         }
         runLog(words, options, result);
+    });
+}
+
+void addTrial(CLI::App* tune, const std::string& name, TuneTrial& trial) {
+    tune->add_option("--" + name + "-threshold", trial.threshold, "Instead of the configured one");
+    tune->add_option("--" + name + "-tolerance", trial.tolerance, "Instead of the configured one");
+    tune->add_option("--" + name + "-rest", trial.rest,
+                     "Passes that rest between two judgements, instead of the configured ones");
+}
+
+void addTune(CLI::App& app, const StatusOptions& status, TuneOptions& options, std::string& since,
+             int& result) {
+    auto* tune =
+        app.add_subcommand("tune", "Replay the recorded samples against thresholds and tolerances");
+    auto* file =
+        tune->add_option("--file", options.path,
+                         "The records; given, the running daemon is not asked for newer samples")
+            ->capture_default_str();
+    tune->add_option("--since", since, "Only samples from then on, as for log");
+    tune->add_option("--role", options.role,
+                     "The role of this node then, which gives the interval between two passes")
+        ->check(CLI::IsMember({"any", "active", "passive"}))
+        ->capture_default_str();
+    addTrial(tune, "latency", options.latency);
+    addTrial(tune, "packets", options.packets);
+    tune->callback([&, file] {
+        options.onlyThatFile = file->count() > 0;
+        if (!since.empty()) {
+            options.since = sinceFrom(since);
+        }
+        result = tuneSettings(status, options, std::cout, std::cerr);
     });
 }
 
@@ -200,6 +237,8 @@ int main(int argc, char** argv) try {
     LogOptions log;
     BundleOptions bundle;
     LogWords logWords;
+    TuneOptions tuning;
+    std::string tuneSince;
     int result = 0;
     app.add_option("--socket", status.socketPath, "The daemon's status socket")
         ->capture_default_str();
@@ -216,6 +255,7 @@ int main(int argc, char** argv) try {
     addSupportBundle(app, status, bundle, result);
     addExplain(app, words, result);
     addLog(app, log, logWords, result);
+    addTune(app, status, tuning, tuneSince, result);
     addExporterCommands(app, status, result);
     addExitCodes(app);
     try {
