@@ -21,17 +21,22 @@ class KORAHA_EXPORT DaemonLog {
     DaemonLog(const DaemonLog&) = delete;
     DaemonLog& operator=(const DaemonLog&) = delete;
 
-    /// Stamps the line and appends it to the log's memory.
+    /// Stamps the line (UTC, microseconds) and appends it to the log's memory: 64 KiB below
+    /// /run/koraha, which outlive the process, and up to 4 MiB while the disk takes none. Where
+    /// that is full the oldest lines go, and the log says how many. Control characters are escaped,
+    /// very long lines cut. Never throws.
     void set(const std::string& line);
 
     /// Writes the collected lines to the file. False when some could not be written: they stay in
-    /// memory, in order, and are tried again by the next call.
+    /// memory, in order, and are tried again by the next call; the system log says so once. What
+    /// an ended daemon left goes first. Makes the file (0640) and its directory (0750).
     bool writeLogToDisk();
 
     /// Size of the log's file in bytes; 0 when there is none.
     std::int64_t size() const;
 
     /// Renames the file to FILE.1 (older ones up to FILE.5) so that the next write starts afresh.
+    /// False when there is none, or it could not be renamed. Waiting lines go to the new file.
     bool rotate();
 
   private:

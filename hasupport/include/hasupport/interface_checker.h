@@ -15,7 +15,9 @@ class KORAHA_EXPORT InterfaceChecker {
 
     /// Writes failed / (good + failed) packets since the previous reading, both directions: a
     /// fraction from 0 to 1. The first reading, one after a counter went back, and one without
-    /// traffic give 0. False, with `rate` untouched, when the interface cannot be read.
+    /// traffic give 0. Failed are rx_errors, rx_missed_errors, tx_errors and tx_dropped, good are
+    /// rx_packets and tx_packets. False, with `rate` untouched and the reason in the system log
+    /// once per change, when the interface (drbdIF) cannot be read. Returns at once; never throws.
     bool networkNonOkRate(float& rate);
 
   private:

@@ -12,7 +12,8 @@ namespace KORA::HA::Daemon {
 /// Used by one thread. Subclasses say what it answers with.
 class KORAHA_EXPORT DaemonLocalSocket {
   public:
-    /// Prepares a server on `path` that serves at most `maxClients` connections at once.
+    /// Prepares a server on `path` that serves at most `maxClients` connections at once (0 counts
+    /// as 1). Makes a socket and no file; whether that went well tells `hasError`.
     DaemonLocalSocket(std::string path, unsigned int maxClients);
     /// Closes the socket and removes its file if it is still the one that was bound.
     virtual ~DaemonLocalSocket();
@@ -22,11 +23,14 @@ class KORAHA_EXPORT DaemonLocalSocket {
     /// True when the construction failed (path too long, no socket to be had).
     bool hasError() const;
 
-    /// Binds and listens. Replaces a socket file that nobody listens on; a live one of root never.
+    /// Binds and listens (mode 0660, group koraha where there is one). Replaces a socket file that
+    /// nobody listens on; a live one of root never. False with the reason in the system log; may be
+    /// tried again. Waits at most 5 seconds for another process that binds just then.
     bool serverBind();
 
     /// One bounded serving step: waits for requests and answers them, at most 5 seconds when
-    /// nobody asks. True also when nobody asked; false when the step failed (the next may succeed).
+    /// nobody asks. True also when nobody asked; false when the step failed (the next may succeed),
+    /// when nothing is bound and when no record is attached. No client holds it up. Never throws.
     bool serverListen();
 
   protected:
@@ -43,7 +47,7 @@ class KORAHA_EXPORT MonitordSocket : public DaemonLocalSocket {
     MonitordSocket(std::string path, unsigned int maxClients);
     ~MonitordSocket() override;
 
-    /// The record to answer with; must outlive the server.
+    /// The record to answer with; it stays the caller's and must outlive the server.
     void setStatus(Status* status);
 };
 

@@ -6,10 +6,13 @@
 
 namespace KORA::HA::Daemon {
 
-// Questions to the peer: each object is made for one call. They need the addresses that localIP,
-// remoteIP and drbdIF set, and answer negatively when the peer cannot be asked.
+// Questions to the peer: each object is made for one call and holds nothing; any thread. They need
+// the addresses that localIP, remoteIP and drbdIF set, answer negatively when the peer cannot be
+// asked (which the readings of the status reply tell from a true no), and never throw.
 
-/// True when the peer answers an ICMP echo. Blocks for at most 1 second.
+/// True when the peer answers an ICMP (ICMPv6) echo: one of three, sent from the local address over
+/// the interface. Blocks for at most 1 second; after a restart of the peer was asked for, the call
+/// that first sees it gone, or back, also writes that to a small file.
 class KORAHA_EXPORT IsRemoteAlive {
   public:
     IsRemoteAlive();
@@ -17,7 +20,8 @@ class KORAHA_EXPORT IsRemoteAlive {
     virtual bool operator()();
 };
 
-/// True while the peer says that it resynchronises an md device. Blocks for at most 1 second.
+/// True while the peer says that it resynchronises an md device: one exchange with its service
+/// (docs/protocol.md), authenticated where this node holds a key. Blocks for at most 1 second.
 class KORAHA_EXPORT IsRemoteMDResync {
   public:
     IsRemoteMDResync();
@@ -25,9 +29,10 @@ class KORAHA_EXPORT IsRemoteMDResync {
     virtual bool operator()();
 };
 
-/// True while the peer says that it handles disk errors; `disks` becomes the array of their names,
-/// an empty one when the peer cannot be asked. Blocks for at most 1 second; uses the exchange of
-/// IsRemoteMDResync, once, if that is at most 2 seconds old.
+/// True while the peer says that it handles disk errors; `disks` (the caller's) becomes the array
+/// of their names, strings only, an empty one when the peer cannot be asked, null where there is no
+/// memory. Blocks for at most 1 second; uses the exchange of IsRemoteMDResync, once, if that is at
+/// most 2 seconds old.
 class KORAHA_EXPORT IsRemoteDiskErrHandling {
   public:
     IsRemoteDiskErrHandling();

@@ -4,11 +4,13 @@
 
 #include "hasupport/export.h"
 
-// The replication link that the library's probes use. Called once each, before any routine starts;
-// the value is stored as it stands and returned. Nothing is checked here: a probe that cannot work
-// with it says so once in the system log.
+// The replication link that the library's probes and its service for the peer use. Called once
+// each, before any routine starts (any thread; no call blocks); the value is stored as it stands
+// and returned. Nothing is checked here: a probe that cannot work with it says so once in the
+// system log.
 
-/// Sets the local replication address.
+/// Sets the local replication address: IPv4 or IPv6 in numbers, a link-local one with or without
+/// its interface ("fe80::1%eth1").
 KORAHA_EXPORT std::string localIP(const std::string& address);
 /// Sets the peer's replication address.
 KORAHA_EXPORT std::string remoteIP(const std::string& address);

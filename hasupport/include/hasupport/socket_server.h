@@ -11,7 +11,12 @@ class KORAHA_EXPORT SocketServer {
     SocketServer();
     ~SocketServer();
 
-    /// One bounded serving step, at most 5 seconds when nobody asks. Returns false only when
-    /// serving can never work again; a missing interface or a taken port is retried for ever.
+    /// One bounded serving step, at most 5 seconds when nobody asks; `status` is what it answers
+    /// with. The local door is /run/koraha/server.sock, the peer's TCP port 8909 on the local
+    /// replication address (docs/protocol.md for both). False would mean that serving can never
+    /// work again, which no failure does: a missing interface, a taken port or a lack of
+    /// descriptors is said once and tried again in a later step. One thread; never throws. A
+    /// restart that the peer asks for is carried out within the step, which then takes as long as
+    /// the disks of its stamp and of the daemon log do.
     bool operator()(KORA::HA::Daemon::Status& status);
 };

@@ -33,13 +33,16 @@ class KORAHA_EXPORT Status {
     std::atomic<float> hbLatency;             ///< writer: mayBlockCheck; milliseconds
 
     void setRemoteAlive(bool alive);
+    /// What was last stored; false before the first store.
     bool isRemoteAlive() const;
 
-    /// Stores this node's disk names under error handling, exactly as given.
+    /// Stores this node's disk names under error handling, exactly as given; null where there is no
+    /// memory for them. Never throws.
     void setErrHandlingDisk(const Json::Value& disks);
+    /// A copy of what was last stored; null before the first store.
     Json::Value getErrHandlingDisk() const;
 
-    /// Stores the peer's disk names under error handling, exactly as given.
+    /// The same for the peer's disks.
     void setErrHandlingDiskRemote(const Json::Value& disks);
     /// A copy of what was last stored: same order, duplicates kept, null before the first store.
     Json::Value getErrHandlingDiskRemote() const;
