@@ -65,7 +65,9 @@ void outliveShutdown() {
 // safe after a fork, no disk, no lock. The service manager kills what is left in the daemon's
 // control group, so the child leaves it.
 [[noreturn]] void forceLater(const ForcedRestart& restart, int handle) {
-    ::send(handle, &armedLetter, 1, MSG_NOSIGNAL);
+    if (::send(handle, &armedLetter, 1, MSG_NOSIGNAL) != 1) {
+        ::_exit(1);  // nobody would know
+    }
     ::setsid();
     sigset_t all;
     ::sigfillset(&all);
@@ -131,7 +133,11 @@ UniqueFd startForcedRestart(const ForcedRestart& restart) {
     if (child > 0) {
         collect(child);
     }
-    return child > 0 && isThere(ours.get()) ? std::move(ours) : UniqueFd();
+    if (child > 0 && isThere(ours.get())) {
+        return ours;
+    }
+    cancelForcedRestart(ours);  // whatever it is that could not be heard
+    return {};
 }
 
 void cancelForcedRestart(const UniqueFd& handle) {
