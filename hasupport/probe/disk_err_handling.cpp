@@ -8,6 +8,7 @@
 #include "hasupport/local_probes.h"
 #include "hasupport/probe/disk_err_process.h"
 #include "hasupport/settings/support_settings.h"
+#include "hasupport/status/flag_changes.h"
 #include "hasupport/status/readings.h"
 
 namespace KORA::HA::Daemon {
@@ -37,7 +38,7 @@ bool fill(const DiskErrLook& found, Json::Value& disks) {
         return false;
     }
     unreadable.clear("the state of the disks can be told again");
-    noteGood(Reading::localDiskErrHandling);
+    noteFlag(Reading::localDiskErrHandling, !found.disks.empty());
     for (const std::string& name : found.disks) {
         disks.append(name);
     }

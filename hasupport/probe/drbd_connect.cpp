@@ -5,6 +5,7 @@
 #include "hasupport/kernel/drbd_view.h"
 #include "hasupport/local_probes.h"
 #include "hasupport/settings/link_addresses.h"
+#include "hasupport/status/flag_changes.h"
 #include "hasupport/status/readings.h"
 
 namespace KORA::HA::Daemon {
@@ -23,9 +24,11 @@ bool isDRBDConnect() try {
         return false;
     }
     unreadable.clear("the state of DRBD can be told again");
-    support::noteGood(support::Reading::drbdConnected);
-    return std::any_of(drbd.resources.begin(), drbd.resources.end(),
-                       [](const support::DrbdResource& each) { return each.established; });
+    const bool connected =
+        std::any_of(drbd.resources.begin(), drbd.resources.end(),
+                    [](const support::DrbdResource& each) { return each.established; });
+    support::noteFlag(support::Reading::drbdConnected, connected);
+    return connected;
 } catch (const std::exception& failure) {
     support::noteFailed(support::Reading::drbdConnected, failure.what());
     return false;

@@ -4,6 +4,7 @@
 #include "hasupport/io/notice.h"
 #include "hasupport/kernel/md_view.h"
 #include "hasupport/local_probes.h"
+#include "hasupport/status/flag_changes.h"
 #include "hasupport/status/readings.h"
 
 namespace KORA::HA::Daemon {
@@ -21,9 +22,11 @@ bool isMDResync() try {
         return false;
     }
     unreadable.clear("the state of md can be told again");
-    support::noteGood(support::Reading::localMDResync);
-    return std::any_of(md.arrays.begin(), md.arrays.end(),
-                       [](const support::MdArray& array) { return array.resyncing; });
+    const bool resyncing =
+        std::any_of(md.arrays.begin(), md.arrays.end(),
+                    [](const support::MdArray& array) { return array.resyncing; });
+    support::noteFlag(support::Reading::localMDResync, resyncing);
+    return resyncing;
 } catch (const std::exception& failure) {
     support::noteFailed(support::Reading::localMDResync, failure.what());
     return false;

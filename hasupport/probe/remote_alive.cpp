@@ -6,6 +6,7 @@
 #include "hasupport/peer/restart_record.h"
 #include "hasupport/remote_probes.h"
 #include "hasupport/settings/link_addresses.h"
+#include "hasupport/status/flag_changes.h"
 #include "hasupport/status/readings.h"
 
 namespace KORA::HA::Daemon {
@@ -48,7 +49,7 @@ Outcome askPeer(support::EchoSession& session) {
 void tell(const Outcome& outcome, const support::EchoSession& session) {
     if (outcome.asked) {
         unaskable.clear("the peer can be asked again");
-        support::noteGood(support::Reading::remoteAlive);
+        support::noteFlag(support::Reading::remoteAlive, outcome.alive);
         return;
     }
     unaskable.raise("cannot ask whether the peer is alive: " + session.reason());

@@ -3,6 +3,7 @@
 #include "hasupport/peer/known_disks.h"
 #include "hasupport/peer/remote_state.h"
 #include "hasupport/remote_probes.h"
+#include "hasupport/status/flag_changes.h"
 #include "hasupport/status/readings.h"
 
 namespace KORA::HA::Daemon {
@@ -21,7 +22,7 @@ bool doesPeerHandleErrors(Json::Value& disks) {
                             "unknown to the peer: " + remote.state->diskErrHandlingUnknown);
         return false;
     }
-    support::noteGood(Reading::remoteDiskErrHandling);
+    support::noteFlag(Reading::remoteDiskErrHandling, remote.state->diskErrHandling);
     for (const std::string& disk : support::onlyKnownDisks(remote.state->disks)) {
         disks.append(disk);
     }

@@ -2,6 +2,7 @@
 
 #include "hasupport/peer/remote_state.h"
 #include "hasupport/remote_probes.h"
+#include "hasupport/status/flag_changes.h"
 #include "hasupport/status/readings.h"
 
 namespace KORA::HA::Daemon {
@@ -20,7 +21,7 @@ bool doesPeerResync() {
                             "unknown to the peer: " + remote.state->mdResyncUnknown);
         return false;
     }
-    support::noteGood(Reading::remoteMDResync);
+    support::noteFlag(Reading::remoteMDResync, remote.state->mdResync);
     return remote.state->mdResync;
 }
 
