@@ -65,14 +65,16 @@ std::optional<Mount> parseMount(std::string_view line) {
     const bool device = parseDevice(nextField(line), mount);
     nextField(line);
     mount.point = unescape(nextField(line));
-    const std::string_view options = nextField(line);
+    nextField(line);  // this mount's own options, see below
     std::string_view tag = nextField(line);
     while (!tag.empty() && tag != "-") {
         tag = nextField(line);
     }
     mount.type = unescape(nextField(line));
     mount.source = unescape(nextField(line));
-    mount.readOnly = hasOption(options, "ro") || hasOption(nextField(line), "ro");
+    // A service manager that protects the system makes the daemon's own view of each mount
+    // read-only, whatever the file system is.
+    mount.readOnly = hasOption(nextField(line), "ro");
     mount.id = id.value_or(0);
     if (!id || !device || mount.point.empty() || mount.type.empty()) {
         return std::nullopt;

@@ -15,7 +15,7 @@ struct Mount {
     std::string point;
     std::string type;
     std::string source;
-    bool readOnly = false;
+    bool readOnly = false;  ///< the file system is, not this view of it alone
 };
 
 /// All mounts in the file's order, later ones above earlier ones; lines that are cut short are
