@@ -11,7 +11,7 @@ namespace {
 
 constexpr int connectMs = 100;  // this long a key may have to wait
 constexpr std::chrono::seconds betweenQuestions{1};
-constexpr std::chrono::seconds betweenHistories{10};
+constexpr std::chrono::seconds betweenHistories{5};
 constexpr std::chrono::seconds patience{3};
 
 }  // namespace

@@ -22,14 +22,21 @@ std::string eachText(int seconds) {
     return seconds < 60 ? std::to_string(seconds) + " s" : std::to_string(seconds / 60) + " min";
 }
 
+std::string rangeOf(const LastHour& hour) {
+    if (!hour.least) {
+        return ": no round trip";
+    }
+    const std::string least = formatted("%.3g", *hour.least);
+    const std::string most = formatted("%.3g", *hour.most);
+    return ": " + (least == most ? "" : least + " to ") + most + " ms";
+}
+
 Phrase summary(const LastHour& hour) {
     const std::string head = "LAST HOUR, " + eachText(hour.secondsEach) + " a block";
     if (hour.latencies == 0) {
         return {{head + ": nothing measured", head}, Ink::heading};
     }
-    const std::string range =
-        !hour.least ? ": no round trip"
-                    : formatted(": %.3g", *hour.least) + formatted(" to %.3g ms", *hour.most);
+    const std::string range = rangeOf(hour);
     if (hour.withoutRoundTrip == 0) {
         return {{head + range, head}, Ink::heading};
     }

@@ -159,6 +159,17 @@ TEST(Page, NeedsNoColours) {
     }
 }
 
+TEST(Page, SumsUpTheHour) {
+    Scene scene = calmScene();
+    scene.history["samples"].clear();
+    EXPECT_THAT(textOf(renderPage(scene, 80, 24)), HasSubstr("a block: nothing measured\n"));
+    scene.history["samples"].append(latencySample(scene.now, 1500, 5, 1));
+    EXPECT_THAT(textOf(renderPage(scene, 80, 24)),
+                HasSubstr("a block: no round trip, 1 of 1 unanswered (x)\n"));
+    scene.history["samples"][0] = latencySample(scene.now, 0.05, 5, 5);
+    EXPECT_THAT(textOf(renderPage(scene, 80, 24)), HasSubstr("a block: 0.05 ms\n"));
+}
+
 TEST(Page, ShowsTheLastRestart) {
     Scene scene = calmScene();
     Json::Value& restart = (*scene.status)["lastRestart"];
