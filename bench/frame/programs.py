@@ -24,6 +24,12 @@ def run_json(command, **options):
     return json.loads(done.stdout.decode().strip().splitlines()[-1])
 
 
+def run_text(command, **options):
+    """All that the command prints, which is one JSON text."""
+    done = subprocess.run(list(map(str, command)), stdout=subprocess.PIPE, check=True, **options)
+    return json.loads(done.stdout)
+
+
 @contextlib.contextmanager
 def running(command, **options):
     """A program that is ended at the end."""

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <string_view>
 
 #include "hasupport/io/open_file.h"
@@ -20,8 +21,10 @@ ssize_t readSome(int fd, char* into, std::size_t size) {
     return got;
 }
 
-/// Up to the end, or up to the chunk with the first newline.
-std::optional<std::string> readFrom(const std::string& path, std::size_t limit, bool onlyLine) {
+/// Where to stop reading before the file says that it is at its end.
+enum class Stop : std::uint8_t { atEnd, atNewline, atShortRead };
+
+std::optional<std::string> readFrom(const std::string& path, std::size_t limit, Stop stop) {
     const UniqueFd fd = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     if (!fd) {
         return std::nullopt;
@@ -42,7 +45,8 @@ std::optional<std::string> readFrom(const std::string& path, std::size_t limit, 
         }
         const std::string_view more(chunk.data(), static_cast<std::size_t>(got));
         text.append(more);
-        if (onlyLine && more.find('\n') != std::string_view::npos) {
+        if ((stop == Stop::atNewline && more.find('\n') != std::string_view::npos) ||
+            (stop == Stop::atShortRead && more.size() < chunk.size())) {
             return text;
         }
     }
@@ -51,12 +55,16 @@ std::optional<std::string> readFrom(const std::string& path, std::size_t limit, 
 }  // namespace
 
 std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
-    return readFrom(path, limit, false);
+    return readFrom(path, limit, Stop::atEnd);
+}
+
+std::optional<std::string> readWholeRecord(const std::string& path, std::size_t limit) {
+    return readFrom(path, limit, Stop::atShortRead);
 }
 
 std::optional<std::string> readLine(const std::string& path) {
     constexpr std::string_view blanks = " \t\r\n";
-    const auto text = readFrom(path, kernelFileLimit, true);
+    const auto text = readFrom(path, kernelFileLimit, Stop::atNewline);
     if (!text) {
         return std::nullopt;
     }

@@ -34,7 +34,7 @@ bool isWorthALine(const ProcessStat& stat) {
 std::string describe(const ProcessStat& stat, const std::string& directory) {
     const auto pageKilobytes = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) / 1024;
     const auto ticks = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
-    const std::string status = readFile(directory + "/status", statusLimit).value_or("");
+    const std::string status = readWholeRecord(directory + "/status", statusLimit).value_or("");
     RecordLine line("process");
     line.number("pid", stat.pid).number("ppid", stat.parent).text("name", stat.name);
     line.text("state", std::string_view(&stat.state, 1)).number("threads", stat.threads);
@@ -52,7 +52,7 @@ std::string describe(const ProcessStat& stat, const std::string& directory) {
 }
 
 void collectOne(const std::string& directory, Tally& tally, const LineSink& sink) {
-    const auto text = readFile(directory + "/stat", statLimit);
+    const auto text = readWholeRecord(directory + "/stat", statLimit);
     const auto stat = text ? parseProcessStat(*text) : std::nullopt;
     if (!stat) {
         return;  // it has ended since
