@@ -139,6 +139,10 @@ class Related:
         return found
 
 
+    def output(self):
+        return self._output.read_text(errors="replace")
+
+
 def children(pid):
     try:
         return [int(each) for each in

@@ -75,10 +75,12 @@ std::optional<ProcessStat> parseProcessStat(std::string_view text) {
 }
 
 std::optional<std::uint64_t> parseStatusKilobytes(std::string_view text, std::string_view key) {
-    std::string_view line;
-    while (nextLine(text, line)) {
-        const std::string_view name = nextField(line);
-        if (name.size() == key.size() + 1 && name.back() == ':' && name.starts_with(key)) {
+    for (auto at = text.find(key); at != std::string_view::npos; at = text.find(key, at + 1)) {
+        std::string_view line = text.substr(at, text.find('\n', at) - at);
+        line.remove_prefix(key.size());
+        const bool begins = at == 0 || text[at - 1] == '\n';
+        if (begins && line.starts_with(':')) {
+            line.remove_prefix(1);
             return parseUnsigned(nextField(line));
         }
     }
