@@ -22,7 +22,8 @@ Echo newEcho() {
 
 }  // namespace
 
-EchoSession::EchoSession(const LinkAddresses& link) : link_(link), echo_(newEcho()) {}
+EchoSession::EchoSession(const LinkAddresses& link, bool stamped)
+    : link_(link), stamped_(stamped), echo_(newEcho()) {}
 
 bool EchoSession::open() {
     if (socket_) {
@@ -31,7 +32,7 @@ bool EchoSession::open() {
     const auto route = planRoute(link_, problem_);
     if (route) {
         problem_ = {};
-        socket_ = EchoSocket::open(*route, problem_);
+        socket_ = EchoSocket::open(*route, stamped_, problem_);
     }
     return socket_.has_value();
 }

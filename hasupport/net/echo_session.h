@@ -13,7 +13,9 @@ namespace KORA::HA::Daemon::support {
 /// link that comes back within the probe is used. One thread.
 class EchoSession {
   public:
-    explicit EchoSession(const LinkAddresses& link);
+    /// `stamped`: the replies are to carry the kernel's time. That makes the kernel take it for
+    /// every packet that the machine receives meanwhile.
+    EchoSession(const LinkAddresses& link, bool stamped);
 
     /// Opens the socket where there is none; done here, it takes none of the first echo's time.
     bool open();
@@ -29,6 +31,7 @@ class EchoSession {
 
   private:
     LinkAddresses link_;
+    bool stamped_;
     Echo echo_;
     EchoProblem problem_;
     std::optional<EchoSocket> socket_;

@@ -94,7 +94,8 @@ Moment Moment::now() {
 EchoSocket::EchoSocket(UniqueFd fd, bool raw, const IpAddress& peer)
     : fd_(std::move(fd)), raw_(raw), peer_(peer) {}
 
-std::optional<EchoSocket> EchoSocket::open(const EchoRoute& route, EchoProblem& problem) {
+std::optional<EchoSocket> EchoSocket::open(const EchoRoute& route, bool stamped,
+                                           EchoProblem& problem) {
     const int family = route.remote.family();
     bool raw = false;
     UniqueFd fd = openSocket(family, raw);
@@ -105,7 +106,9 @@ std::optional<EchoSocket> EchoSocket::open(const EchoRoute& route, EchoProblem& 
     if (raw) {
         takeRepliesOnly(fd.get(), family);
     }
-    askForKernelStamps(fd.get());
+    if (stamped) {
+        askForKernelStamps(fd.get());
+    }
     if (!bindToDevice(fd.get(), route.device)) {
         problem = problemFrom("cannot use interface " + route.device);
         return std::nullopt;

@@ -46,7 +46,8 @@ struct EchoReply {
 /// the rights allow it, else datagram. Used by one thread, for one probe.
 class EchoSocket {
   public:
-    static std::optional<EchoSocket> open(const EchoRoute& route, EchoProblem& problem);
+    static std::optional<EchoSocket> open(const EchoRoute& route, bool stamped,
+                                          EchoProblem& problem);
 
     /// Sends one request; false with the reason when it did not go out.
     bool send(const Echo& echo, EchoProblem& problem);

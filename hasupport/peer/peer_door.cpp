@@ -21,6 +21,7 @@ constexpr std::size_t knocksPerStep = 16;
 // Fewer than there are places: whoever comes in is heard at least once before it may have to go.
 constexpr std::size_t guestsPerStep = connectionLimit / 2;
 constexpr std::chrono::seconds retryEvery{1};
+constexpr std::chrono::seconds lookEvery{1};
 constexpr std::chrono::seconds refusalEvery{10};
 
 }  // namespace
@@ -58,6 +59,12 @@ bool PeerDoor::serve(std::span<const pollfd> own, Status& status) {
 }
 
 void PeerDoor::keepListener() {
+    // One exchange is several steps; nothing changes so fast that each of them must look again.
+    const auto now = SteadyClock::now();
+    if (listener_ && now < nextLookAt_) {
+        return;
+    }
+    nextLookAt_ = now + lookEvery;
     const LinkAddresses link = linkAddresses();
     std::string problem = readPeerKeys(supportSettings().peerKeyPath).problem;
     const auto route = planPeerRoute(link, problem);

@@ -32,6 +32,7 @@ class PeerDoor : public Door {
 
     UniqueFd listener_;
     unsigned interfaceIndex_ = 0;
+    SteadyClock::time_point nextLookAt_;
     std::vector<std::unique_ptr<PeerConnection>> connections_;
     bool listens_ = false;  // the listener was among the collected descriptors
     Notice closed_;

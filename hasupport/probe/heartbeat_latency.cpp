@@ -72,7 +72,7 @@ void tellFailed(const std::string& reason) {
 
 float measure() {
     const auto start = SteadyClock::now();
-    support::EchoSession session(support::linkAddresses());
+    support::EchoSession session(support::linkAddresses(), true);
     support::EchoBurst burst;
     runBurst(session, burst);
     const auto now = SteadyClock::now();

@@ -57,7 +57,7 @@ void tell(const Outcome& outcome, const support::EchoSession& session) {
 }
 
 bool isPeerAlive() {
-    support::EchoSession session(support::linkAddresses());
+    support::EchoSession session(support::linkAddresses(), false);
     const Outcome outcome = askPeer(session);
     tell(outcome, session);
     if (outcome.asked) {

@@ -49,7 +49,21 @@ Request understand(const Json::Value& document) {
 
 RequestReader::RequestReader() : parser_(makeParser()) {}
 
-Request RequestReader::read(std::string_view line) try {
+Request RequestReader::read(std::string_view line) {
+    if (last_.kind != RequestKind::invalid && line == lastLine_) {
+        return last_;
+    }
+    last_ = {};
+    const Request request = parse(line);
+    // A failure may be a shortage of memory, and over at the next time.
+    if (request.kind != RequestKind::invalid) {
+        lastLine_ = line;
+        last_ = request;
+    }
+    return request;
+}
+
+Request RequestReader::parse(std::string_view line) try {
     if (!jsonIsBounded(line, requestLineLimit, nestingLimit)) {
         return invalid("request too long or nested too deeply");
     }

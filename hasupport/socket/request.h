@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace KORA::HA::Daemon::support {
@@ -28,7 +29,11 @@ class RequestReader {
     Request read(std::string_view line);
 
   private:
+    Request parse(std::string_view line);
+
     std::unique_ptr<Json::CharReader> parser_;
+    std::string lastLine_;  // clients mostly ask the same again
+    Request last_;
 };
 
 }  // namespace KORA::HA::Daemon::support
