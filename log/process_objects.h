@@ -4,7 +4,7 @@
 #include "hasupport/status.h"
 
 // The objects that exist once in the process, from before `main` until after it. They are built in
-// one translation unit, in a fixed order, and reached only through these functions.
+// one translation unit, in a fixed order, and reached only through these functions, by any thread.
 namespace KORA::HA::Daemon {
 
 /// "/var/log/ha/ha.daemon.log": every message of the daemon. Never deleted.

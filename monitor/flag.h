@@ -4,11 +4,13 @@
 
 namespace KORA::HA::Daemon {
 
-/// Raised by the busy flag control while the peer is in reach; other programs test it.
+/// Lowered when the daemon starts, raised when the peer comes into reach, lowered when it has been
+/// out of reach for two cycles; other programs test it.
 inline constexpr const char* remoteBusyFlagPath = "/tmp/ha/ha_remote_busy";
 
 /// A flag file: other programs read a condition from its mere existence. Made for one call; looks
-/// at the file system afresh each time and keeps no state.
+/// at the file system afresh each time and keeps no state. One thread per file: looking and acting
+/// are two steps.
 class Flag {
   public:
     explicit Flag(const std::string& path);
