@@ -148,23 +148,25 @@ ConfigFindings checkConfigText(const std::string& text) {
 
 int checkConfigFile(const std::string& path, std::ostream& out, std::ostream& err) {
     const auto text = KORA::HA::Daemon::support::readFile(path);
-    if (!text && errno == ENOENT) {
-        out << path << ": no such file, all settings keep their defaults\n";
+    const int error = errno;
+    const std::string shown = visible(path);
+    if (!text && error == ENOENT) {
+        out << shown << ": no such file, all settings keep their defaults\n";
         return exitFine;
     }
     if (!text) {
-        err << path << ": cannot be read: " << std::strerror(errno) << '\n';
+        err << shown << ": cannot be read: " << std::strerror(error) << '\n';
         return exitConcern;
     }
     const ConfigFindings findings = checkConfigText(*text);
     for (const std::string& note : findings.notes) {
-        out << path << ": note: " << visible(note) << '\n';
+        out << shown << ": note: " << visible(note) << '\n';
     }
     for (const std::string& problem : findings.problems) {
-        out << path << ": " << visible(problem) << '\n';
+        out << shown << ": " << visible(problem) << '\n';
     }
     if (findings.problems.empty()) {
-        out << path << ": fine\n";
+        out << shown << ": fine\n";
     }
     return findings.problems.empty() ? exitFine : exitConcern;
 }

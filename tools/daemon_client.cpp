@@ -57,8 +57,11 @@ std::string DaemonClient::open(const std::string& path, int timeoutMs) {
     fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd_ < 0 || !limitWaiting(fd_, timeoutMs) ||
         ::connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        return errno == EAGAIN ? "nobody was let in within " + secondsText(timeoutMs)
-                               : std::strerror(errno);
+        if (errno == EAGAIN) {
+            return "nobody was let in within " + secondsText(timeoutMs);
+        }
+        return std::strerror(errno) +
+               std::string(errno == EACCES ? "; root and the group koraha may ask" : "");
     }
     return belongsToRoot(fd_) ? "" : "the server there is not root's, so it is not believed";
 }

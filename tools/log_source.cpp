@@ -21,7 +21,7 @@ UniqueFd openRegular(const std::string& path) {
     struct stat info {};
     if (fd && (::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode))) {
         fd.reset();
-        errno = EINVAL;
+        errno = S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
     }
     return fd;
 }

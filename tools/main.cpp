@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 #include <chrono>
+#include <cmath>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <map>
@@ -157,7 +159,11 @@ void addLog(CLI::App& app, LogOptions& options, LogWords& words, int& result) {
 }
 
 void addTrial(CLI::App* tune, const std::string& name, TuneTrial& trial) {
-    tune->add_option("--" + name + "-threshold", trial.threshold, "Instead of the configured one");
+    tune->add_option("--" + name + "-threshold", trial.threshold, "Instead of the configured one")
+        ->check([](const std::string& text) {
+            const bool finite = std::isfinite(std::strtod(text.c_str(), nullptr));
+            return finite ? std::string() : "nothing can be compared with " + visible(text);
+        });
     tune->add_option("--" + name + "-tolerance", trial.tolerance, "Instead of the configured one");
     tune->add_option("--" + name + "-rest", trial.rest,
                      "Passes that rest between two judgements, instead of the configured ones");
@@ -261,6 +267,12 @@ int main(int argc, char** argv) try {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
+        const auto unknown = app.remaining();
+        if (e.get_exit_code() != 0 && app.get_subcommands().empty() && !unknown.empty()) {
+            std::cerr << "korahamonctl: no such command: " << visible(unknown.front())
+                      << " (--help lists them)\n";
+            return exitUsage;
+        }
         if (app.exit(e) == 0) {
             return endWith(exitFine, exitConcern);
         }

@@ -12,6 +12,7 @@
 
 #include "hasupport/io/unique_fd.h"
 #include "hasupport/peer/peer_key.h"
+#include "tools/visible.h"
 
 namespace korahamonctl {
 namespace {
@@ -24,7 +25,7 @@ using KORA::HA::Daemon::support::UniqueFd;
 constexpr mode_t keyMode = 0600;
 
 int fail(std::ostream& err, const std::string& path) {
-    err << path << ": " << std::strerror(errno) << '\n';
+    err << visible(path) << ": " << std::strerror(errno) << '\n';
     return 1;
 }
 
@@ -49,9 +50,9 @@ int makeKey(const std::string& path, std::ostream& out, std::ostream& err) {
         ::unlink(path.c_str());
         return result;
     }
-    out << path << ": made. Copy it to the other node, as root and with mode 0600.\n";
+    out << visible(path) << ": made. Copy it to the other node, as root and with mode 0600.\n";
     if (::geteuid() != 0) {
-        err << path << ": the daemon takes a key of root only, so change its owner\n";
+        err << visible(path) << ": the daemon takes a key of root only, so change its owner\n";
     }
     return 0;
 }
@@ -60,13 +61,13 @@ int commitKey(const std::string& next, const std::string& path, std::ostream& ou
               std::ostream& err) {
     const PeerKeys key = readPeerKeys(next);
     if (!key.usable() || key.keys.empty()) {
-        err << (key.usable() ? next + ": there is no key to come" : key.problem) << '\n';
+        err << visible(key.usable() ? next + ": there is no key to come" : key.problem) << '\n';
         return 1;
     }
     if (std::rename(next.c_str(), path.c_str()) != 0) {
         return fail(err, next);
     }
-    out << path << ": the key to come is in force. Commit it on the other node too.\n";
+    out << visible(path) << ": the key to come is in force. Commit it on the other node too.\n";
     return 0;
 }
 
@@ -89,11 +90,11 @@ int newPeerKey(const PeerKeyOptions& options, std::ostream& out, std::ostream& e
 int showFingerprint(const PeerKeyOptions& options, std::ostream& out, std::ostream& err) {
     const PeerKeys keys = readPeerKeys(options.path);
     if (!keys.usable()) {
-        err << keys.problem << '\n';
+        err << visible(keys.problem) << '\n';
         return 1;
     }
     if (keys.keys.empty()) {
-        err << options.path << ": there is no key\n";
+        err << visible(options.path) << ": there is no key\n";
         return 1;
     }
     print("", keys.keys.front().id.data(), keys.keys.front().id.size(), out);

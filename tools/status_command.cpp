@@ -27,7 +27,8 @@ constexpr int firstLineMs = 3000;
 constexpr int signOfLifeMs = 45'000;  // the daemon promises a line every 30 s
 
 int fail(std::ostream& err, const std::string& problem) {
-    err << "korahamonctl: the daemon does not answer: " << problem << '\n';
+    err << "korahamonctl: the daemon does not answer: " << problem
+        << "\nIs it running? korahamonctl doctor looks for what keeps it from working.\n";
     return exitNoAnswer;
 }
 

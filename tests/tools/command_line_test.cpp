@@ -44,6 +44,21 @@ TEST(CommandLine, EndsWithTwoOnUsage) {
     }
 }
 
+TEST(CommandLine, NamesTheCommandThatThereIsNot) {
+    const ToolRun run = runTool({"sta\x1b[31mtus", "--json"});
+    EXPECT_EQ(run.code, 2);
+    EXPECT_EQ(run.err, "korahamonctl: no such command: sta\\x1b[31mtus (--help lists them)\n");
+    EXPECT_THAT(runTool({}).err, HasSubstr("A subcommand is required"));
+}
+
+TEST(CommandLine, ShowsPathsSafely) {
+    const std::string path = "/nonexistent/\x1b[31m";
+    EXPECT_THAT(runTool({"check-config", path}).out, HasSubstr("/nonexistent/\\x1b[31m: no such"));
+    EXPECT_THAT(runTool({"peer-key", "show-fingerprint", "--file", path}).err,
+                HasSubstr("/nonexistent/\\x1b[31m: there is no key"));
+    EXPECT_EQ(runTool({"log", "--file", "/"}).err, "korahamonctl: /: Is a directory\n");
+}
+
 TEST(CommandLine, AsksTheDaemon) {
     const StatusServer fine(StatusServer::saying(lineOf(healthyStatus())));
     const ToolRun shown = runTool({"status", "--socket", fine.path(), "--config", "/nonexistent"});
@@ -60,7 +75,8 @@ TEST(CommandLine, AsksTheDaemon) {
     EXPECT_EQ(nobody.out, "");
     EXPECT_EQ(nobody.err,
               "korahamonctl: the daemon does not answer: /nonexistent/socket: No such file or "
-              "directory\n");
+              "directory\n"
+              "Is it running? korahamonctl doctor looks for what keeps it from working.\n");
 }
 
 TEST(CommandLine, Watches) {

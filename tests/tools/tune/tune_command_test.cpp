@@ -130,6 +130,7 @@ TEST(Tune, SaysWhatIsMissing) {
     EXPECT_EQ(tuned(record, {"--since", "soon"}).code, 2);
     EXPECT_EQ(tuned(record, {"--role", "none"}).code, 2);
     EXPECT_EQ(tuned(record, {"--latency-threshold", "many"}).code, 2);
+    EXPECT_EQ(tuned(record, {"--packets-threshold", "nan"}).code, 2);
 }
 
 }  // namespace
