@@ -11,6 +11,7 @@
 namespace {
 
 using namespace koraha::test;  // NOLINT(google-build-using-namespace)
+using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 
 TEST(MetricsCommand, PrintsThemOnce) {
@@ -45,6 +46,17 @@ TEST(MetricsCommand, PutsThemIntoAFileForAll) {
     const ToolRun nowhere = runTool({"metrics", "--output", "/nonexistent/dir/file"});
     EXPECT_EQ(nowhere.code, 1);
     EXPECT_EQ(nowhere.err, "korahamonctl: /nonexistent/dir/file: No such file or directory\n");
+}
+
+TEST(ExporterCommand, EndsWhenToldTo) {
+    const ScratchDir scratch;
+    const ToolRun run = runShell(
+        "\"$TOOL\" --socket /nonexistent exporter --listen 127.0.0.1:0 > \"$1\" & exporter=$!\n"
+        "for i in {1..300}; do grep -q ^serving \"$1\" && break; sleep 0.1; done\n"
+        "cat \"$1\"; kill $exporter; wait $exporter; echo \"$?\"",
+        scratch.write("said", ""));
+    EXPECT_THAT(run.out, ContainsRegex("^serving on http://127.0.0.1:[0-9]+/\n0\n$"));
+    EXPECT_EQ(run.err, "");
 }
 
 TEST(ExporterCommand, EndsWhenItCannotServe) {
