@@ -15,6 +15,7 @@ LOST = re.compile(rb"^.*libkorahadaemon.* lost.*$", re.MULTILINE)
 NAMES = ("/var/log/ha/ha.daemon.log", "/var/log/ha/ha.daemon.record")
 GENERATIONS = ["", ".1", ".2", ".3", ".4", ".5"]
 CHUNK = 1 << 18
+MISSED_LOOKS = 20  # a file that is renamed during a look may be missed by it
 
 
 class OpenFile:
@@ -23,6 +24,7 @@ class OpenFile:
     def __init__(self, descriptor):
         self.descriptor = descriptor
         self.rest = b""
+        self.missed = 0
 
     def new_lines(self):
         """Whole lines that were not read before; nothing at the end."""
@@ -40,6 +42,7 @@ class FoundLines:
         self.lines = 0
         self.lost = []
         self.out_of_order = 0
+        self.strange = []  # what is out of order, in words
         self._counts = defaultdict(bytearray)  # how often each number of a run's thread was found
         self._last = {}
         self._open = {}
@@ -60,8 +63,10 @@ class FoundLines:
                     self._open[identity] = OpenFile(descriptor)
                 seen.add(identity)
             for identity in [each for each in self._open if each[0] == name]:
-                self._read(name, self._open[identity])
-                if identity not in seen:
+                file = self._open[identity]
+                self._read(name, file)
+                file.missed = 0 if identity in seen else file.missed + 1
+                if file.missed > MISSED_LOOKS:
                     os.close(self._open.pop(identity).descriptor)
 
     def _read(self, name, file):
@@ -78,6 +83,8 @@ class FoundLines:
         counts[number] = min(counts[number] + 1, 255)
         if self._last.get((name, run, thread), 0) >= number:
             self.out_of_order += 1
+            self.strange.append(f"{name}: run {run}, thread {thread}: number {number} after "
+                                f"{self._last[name, run, thread]}")
         self._last[name, run, thread] = number
 
     def compare(self, runs):

@@ -154,6 +154,7 @@ class Pair:
                   f"{found.out_of_order} out of order")
             if missing or twice or found.out_of_order or logged == 0:
                 yield f"lines of {soaked.node.name} are missing, doubled or out of order"
+                yield from found.strange[:5]
             for line in found.lost[:3]:
                 yield f"{soaked.node.name} says: {line}"
 
