@@ -9,8 +9,8 @@ from harness import joined_nodes
 TURNS = 10
 
 RAW = """The value of heartbeatLatency() against a raw socket that sends one echo and takes the
-kernel's stamp of the reply: medians of five echoes 20 ms apart, by turns in one process, over a veth
-link, medians of ten turns."""
+kernel's stamp of the reply: medians of five echoes 20 ms apart, by turns in one process, over a
+veth link, medians of ten turns."""
 PING = """The value of heartbeatLatency() against the median of `ping -c 5 -i 0.02` on the same
 link, which takes the time in its own process."""
 

@@ -10,8 +10,8 @@ HOW = """Processor time of one pass by Google Benchmark, pinned, in random turns
 The reference lists the same directories, reads the same links, and opens, reads and closes the same
 files, and understands none of it; sysfs is a tree on tmpfs, but for the interface."""
 PARSED = """As above: /proc/drbd of so many resources. The reference reads the one file; here it
-lies on tmpfs, so that the kernel has none of its work of making the text, and what is left to compare
-with is small."""
+lies on tmpfs, so that the kernel has none of its work of making the text, and what is left to
+compare with is small."""
 GROWTH = """The cost of one more item between the second and the third size, against the cost of one
 more between the first and the second: 1 means that the cost grows linearly."""
 REPETITIONS = 7

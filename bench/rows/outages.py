@@ -26,8 +26,8 @@ the peer's end of the link goes down, and the status is asked every {LOOK_SECOND
 of the figures."""
 FLAGGED = f"""In the same outages, until the busy flag is gone: two samples in a row, each an
 interval and at most the bound of a probe ({INTERVAL + BOUND} s), and one probe bound more."""
-OTHERS_HOW = f"""{OTHERS} outages each, the peer's processes stopped, at equal intervals: keepalived with adverts every
-{INTERVAL} s, until the backup holds the address; corosync with a token of {INTERVAL} s, until its
+OTHERS_HOW = f"""{OTHERS} outages each, the peer's processes stopped, at equal intervals:
+keepalived with adverts every {INTERVAL} s, until the backup holds the address; corosync with a token of {INTERVAL} s, until its
 map of members says so."""
 
 

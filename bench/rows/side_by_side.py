@@ -18,8 +18,8 @@ all programs. Processor time is what the kernel's scheduler counted for all thre
 voluntary context switch. The skeleton makes the same probes (echoes, kernel files, an exchange with
 the peer each way, the two serving waits, the records) at the same paces with the least code: it
 understands nothing of what it reads and proves nothing to its peer. monit checks every 30 s, as
-well as it can, what the daemon checks every 5 to 60 s: peer, link, file system and memory by itself,
-arrays and mirror through a program, because it knows neither."""
+well as it can, what the daemon checks every 5 to 60 s: peer, link, file system and memory by
+itself, arrays and mirror through a program, because it knows neither."""
 
 
 def windows(members):
