@@ -213,7 +213,7 @@ TEST(Replay, TakesNoNumberForAViolationThatIsAlwaysFresh) {
 
 TEST(Replay, IsExactForEveryPhaseOfRandomSeries) {
     std::mt19937 random(20261121);
-    const auto upTo = [&](int most) { return static_cast<int>(random() % (most + 1U)); };
+    const auto upTo = [&](unsigned most) { return static_cast<int>(random() % (most + 1U)); };
     int depends = 0;
     int certain = 0;
     for (int round = 0; round < 300; ++round) {
@@ -238,7 +238,7 @@ TEST(Replay, IsExactForEveryPhaseOfRandomSeries) {
 
 TEST(Replay, IsExactForGapsThatVary) {
     std::mt19937 random(7);
-    const auto upTo = [&](int most) { return static_cast<int>(random() % (most + 1U)); };
+    const auto upTo = [&](unsigned most) { return static_cast<int>(random() % (most + 1U)); };
     for (int round = 0; round < 60; ++round) {
         std::vector<Sample> samples;
         std::int64_t at = 1000;
