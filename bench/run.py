@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Runs the rows, prints the table and writes results.json: see scripts/bench."""
 
 import importlib

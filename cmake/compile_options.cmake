@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # One interface target carries what every translation unit is compiled with.
 find_program(KORAHA_CCACHE ccache)
 if(KORAHA_CCACHE)

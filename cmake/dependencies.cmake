@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 find_package(Boost 1.57 REQUIRED COMPONENTS system thread chrono)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "config/int_daemon_conf.h"
 
 #include <json/reader.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: config/number_text.cpp
 // parser: config/int_daemon_conf.cpp without Load
 #include <json/value.h>

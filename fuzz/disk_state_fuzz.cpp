@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/kernel/disk_state.cpp without readDiskState takeControllers readCounter
 #include "fuzz/fuzz_input.h"
 #include "hasupport/kernel/disk_state.h"

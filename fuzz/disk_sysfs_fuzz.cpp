@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/kernel/disk_state.cpp
 // parser: hasupport/kernel/disk_err_watch.cpp
 // parser: hasupport/kernel/watched_disks.cpp

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/kernel/drbd_events.cpp
 #include "fuzz/fuzz_input.h"
 #include "hasupport/kernel/drbd_events.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/net/echo_packet.cpp
 #include <sys/socket.h>
 

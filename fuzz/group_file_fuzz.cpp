@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/socket/group_file.cpp without readGroupNumber
 #include "fuzz/fuzz_input.h"
 #include "hasupport/socket/group_file.h"

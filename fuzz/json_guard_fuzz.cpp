@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/text/json_guard.cpp
 #include "hasupport/text/json_guard.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/logfile/leftover_lines.cpp
 // parser: hasupport/logfile/line_record.cpp without putRecord retireRecord storeMark
 // parser: hasupport/logfile/buffer_head.cpp without begin setProgress setIssued

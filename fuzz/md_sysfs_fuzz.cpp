@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/kernel/md_view.cpp
 // parser: hasupport/kernel/mdstat.cpp
 #include <array>

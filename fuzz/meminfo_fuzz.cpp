@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/kernel/meminfo.cpp
 #include "fuzz/fuzz_input.h"
 #include "hasupport/kernel/meminfo.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/kernel/mountinfo.cpp
 // parser: hasupport/kernel/local_mounts.cpp
 #include "fuzz/fuzz_input.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/peer/frame.cpp without sealBody
 // parser: hasupport/peer/peer_connection.cpp without progress
 #include <poll.h>

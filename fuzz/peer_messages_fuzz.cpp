@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/peer/state_message.cpp
 // parser: hasupport/peer/peer_requests.cpp without verdictText
 #include <json/value.h>

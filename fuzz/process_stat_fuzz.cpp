@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/kernel/process_stat.cpp
 #include "fuzz/fuzz_input.h"
 #include "hasupport/kernel/process_stat.h"

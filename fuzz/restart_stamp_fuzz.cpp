@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/peer/restart_stamp_text.cpp
 #include "fuzz/fuzz_input.h"
 #include "hasupport/peer/restart_stamp.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/socket/request_lines.cpp
 // parser: hasupport/socket/request.cpp
 #include <sys/socket.h>

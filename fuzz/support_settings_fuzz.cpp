@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/settings/support_settings.cpp without loadSupportSettings supportSettings
 #include "fuzz/fuzz_input.h"
 #include "hasupport/settings/support_settings.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/logfile/written_part.cpp
 #include "fuzz/fuzz_input.h"
 #include "hasupport/logfile/written_part.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "monitor/busy_flag_control.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "monitor/heartbeat_monitors.h"
 
 #include "config/int_daemon_conf.h"

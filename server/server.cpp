@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/socket_server.h"
 #include "log/running_flag.h"
 #include "server/serving_routines.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tools/check_config.h"
 
 #include <json/value.h>

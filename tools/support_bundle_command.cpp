@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tools/support_bundle_command.h"
 
 #include <fcntl.h>

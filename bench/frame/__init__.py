@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the rows share: running programs, taking figures by turns, and telling them."""
 
 from .figures import Comparison, Count, Shown, alternate, median, spread

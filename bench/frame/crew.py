@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """All programs that are compared over time, each in nodes of its own, at the same time."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Figures: what was measured, what it is compared with, and whether that is good enough."""
 
 import statistics

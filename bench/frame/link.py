@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Taking a node's end of the cable down and up, at once and without a process."""
 
 import fcntl

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The machine that is measured on, and the places of what is measured."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Two nodes with a cable and a key between them, and the daemon in one or both."""
 
 import contextlib

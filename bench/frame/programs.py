@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Running programs, and what the kernel knows of them."""
 
 import contextlib

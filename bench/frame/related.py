@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The related daemons of the distribution: unpacked beside the build, never installed as services
 of this machine, and run in nodes of their own."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The table, for a terminal and for the documentation."""
 
 import textwrap

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Counts that do not depend on the machine's mood."""
 
 import json

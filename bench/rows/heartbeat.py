@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The heartbeat probe against ping and a bare raw socket."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the check loops read of the kernel, and how the cost grows."""
 
 import os

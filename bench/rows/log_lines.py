@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Logging a line while another thread writes the log to disk."""
 
 from frame import Comparison, Failed, Shown, alternate, pinned, run_json

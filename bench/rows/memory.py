@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether the daemon grows: an hour of passes and a million requests."""
 
 from frame import Count, pinned, run_json, status_field, wait_until

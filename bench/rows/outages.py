@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """From the peer's link going down to what is known of it."""
 
 import concurrent.futures

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Recording the processes, against ps."""
 
 import os

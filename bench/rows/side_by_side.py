@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """All programs at the same time: what they cost a node in memory, processor time and wake-ups."""
 
 import time

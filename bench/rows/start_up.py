@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """From exec to the first answer."""
 
 from frame import Shown, alternate, pinned, run_json

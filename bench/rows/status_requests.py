@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The status socket against a server that sends the same number of bytes without a thought."""
 
 import socket

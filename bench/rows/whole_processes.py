@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A question asked by a process of its own, and one asked by a fresh connection."""
 
 import subprocess

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/core/child_process.h"
 
 #include <poll.h>

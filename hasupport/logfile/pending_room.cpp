@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How pending lines get the room they need: what is free, what can be had, what must go.
 #include <limits>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/kernel/interface_name.h"
 #include "hasupport/net/echo_socket.h"
 

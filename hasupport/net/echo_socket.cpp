@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/net/echo_socket.h"
 
 #include <netinet/icmp6.h>

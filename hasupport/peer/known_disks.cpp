@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/peer/known_disks.h"
 
 #include <mutex>

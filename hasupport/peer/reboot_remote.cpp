@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/reboot_remote.h"
 
 #include <json/reader.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/probe/evaluate_constraints.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What heartbeatLatency answers when it has no round trip to tell:
 //
 // - Too few echoes were answered, or the link did not let them out (interface down or missing,

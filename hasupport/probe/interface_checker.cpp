@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/interface_checker.h"
 
 #include <cerrno>

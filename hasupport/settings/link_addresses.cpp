@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/settings/link_addresses.h"
 
 #include <mutex>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/socket/bind_lock.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/socket/request_lines.h"
 
 #include <sys/socket.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/socket/status_reply.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/socket/status_snapshot.h"
 
 #include <bit>

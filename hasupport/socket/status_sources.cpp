@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/socket/status_sources.h"
 
 #include "hasupport/kernel/md_view.h"

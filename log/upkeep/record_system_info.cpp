@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "log/upkeep/record_system_info.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # find_package(koraha) gives koraha::korahadaemon and koraha::koracore.
 include(CMakeFindDependencyMacro)
 find_dependency(PkgConfig)

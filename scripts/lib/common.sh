@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Shared by the scripts: progress lines, and installing what is missing.
 # shellcheck shell=bash
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Line coverage of the parsers that a fuzz target names, after one run of it.
 
 A target names each of its parsers in a line of its own:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "monitor/remote_disk_watch.h"
 
 #include <gtest/gtest.h>

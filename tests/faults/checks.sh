@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What the cases of the fault tests share. Sourced by tests/faults/run.
 # shellcheck shell=bash disable=SC2154,SC2034
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs every operation of the support library with its system calls failing one after the other:
 // the first, second ... fiftieth call of each function that it makes, with an error of that
 // function, with an interruption, or moving a single byte. Each run is a process of its own. It

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A file system in memory that can be made to hang: while the file named last exists, every request
 stays unanswered. Speaks the kernel's FUSE protocol over descriptor 3, an open /dev/fuse.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Kills a process that logs before and after each of its system calls in turn, so that no step of
 // taking the buffer, writing or rotating is left out.
 #include <gtest/gtest.h>

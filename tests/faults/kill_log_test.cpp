@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Kills a process that logs, again and again, and counts its lines.
 #include <dirent.h>
 #include <gtest/gtest.h>

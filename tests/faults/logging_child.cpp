@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/faults/logging_child.h"
 
 #include <unistd.h>

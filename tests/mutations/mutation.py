@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Faults as the tables list them, and how one is put into a file.
 
 A fault is written like a small diff, stripped of its line numbers, and ends at an empty line:

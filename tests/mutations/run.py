@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Shows that the tests catch every fault of the tables. See scripts/mutate."""
 
 import concurrent.futures

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A copy of the tree in which one fault at a time is built and tested."""
 
 import os

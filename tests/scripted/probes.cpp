@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Another implementation of the support library's interface: it touches nothing, answers what a
 // test scripted and notes what it was asked. The daemon's own objects link against it unchanged.
 #include "hasupport/interface_checker.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/local_socket.h"
 #include "hasupport/socket_server.h"
 #include "tests/scripted/script.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/support/in_namespace.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Keeps the log buffers of every test in a directory of this process, away from the machine's own.
 #include <gtest/gtest.h>
 

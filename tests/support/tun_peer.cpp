@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/support/tun_peer.h"
 
 #include <fcntl.h>

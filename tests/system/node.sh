@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Nodes for the demo and the system tests: each a network, mount and PID namespace of its own, with
 # private /tmp, /run, /var and /dev/log, its own /proc and /sys, and nothing within reach that could
 # restart the machine. Sourced by bash scripts; needs root, or user namespaces.

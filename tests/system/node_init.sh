@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Builds a node from inside its new namespaces. Sourced by bash scripts, and by the system tests.
 # shellcheck shell=bash
 

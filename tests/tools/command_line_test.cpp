@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The built program as a whole: what it takes, what it ends with, what goes where.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

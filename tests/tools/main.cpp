@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Some tests need a server and files of root: as an ordinary user, a user namespace of its own
 // makes this program root over what it makes itself.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <json/reader.h>
 #include <json/value.h>
 #include <json/writer.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Puts the page's parts into a source: PAGE (the directory), OUT (the source to write).
 set(source "// Made from the files in tools/exporter/page.\n#include \"tools/exporter/page.h\"\n\nnamespace korahamonctl {\n\n")
 function(add name)

@@ -47,9 +47,9 @@ bool isAnswered(const bench::UnixAddress& address) {
     constexpr std::string_view request = "{\"request\":\"status\"}\n";
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     char first = 0;
-    const bool answered =
-        ::connect(fd, address.get(), bench::UnixAddress::size()) == 0 &&
-        ::send(fd, request.data(), request.size(), MSG_NOSIGNAL) > 0 && ::recv(fd, &first, 1, 0) > 0;
+    const bool answered = ::connect(fd, address.get(), bench::UnixAddress::size()) == 0 &&
+                          ::send(fd, request.data(), request.size(), MSG_NOSIGNAL) > 0 &&
+                          ::recv(fd, &first, 1, 0) > 0;
     ::close(fd);
     return answered;
 }

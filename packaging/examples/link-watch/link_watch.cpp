@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Prints this node's view of the replication link once: an example of a program on libkorahadaemon.
 //
 //   link_watch LOCAL_ADDRESS PEER_ADDRESS INTERFACE

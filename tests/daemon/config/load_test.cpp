@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The daemon as a process of its own: the same objects over the scripted library, with the system's
 // own sleep, memory lock and exit. Its status socket cannot be bound, so that it ends by itself.
 #include <fcntl.h>

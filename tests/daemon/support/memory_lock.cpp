@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/daemon/support/memory_lock.h"
 
 #include <sys/mman.h>

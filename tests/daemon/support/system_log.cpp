@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/daemon/support/system_log.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/daemon/support/thread_calls.h"
 
 #include <dlfcn.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/daemon/support/virtual_time.h"
 
 #include <atomic>

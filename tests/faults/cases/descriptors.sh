@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # No more descriptors: from the start, and while the daemon runs.
 # shellcheck shell=bash disable=SC2154,SC2016
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The disk of the log hangs: everything but the log goes on, and nothing is lost.
 # shellcheck shell=bash disable=SC2154,SC2016
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Memory lock limits of an ordinary user. What the daemon makes of each is in docs/failures.md.
 # shellcheck shell=bash disable=SC2154,SC2016
 

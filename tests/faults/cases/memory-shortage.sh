@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # No more memory to be had, from the point where the daemon only just starts: the same calls fail as
 # when locked memory is at its limit. It ends in order, or goes on with what it has; a routine that
 # gets no memory in the middle of its work ends the process at once, with the standard library's

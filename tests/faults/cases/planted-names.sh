@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What an ordinary user plants in /tmp under the daemon's names before the daemon starts as root.
 # With /tmp/ha made by root, as documented, nothing of root's is overwritten, removed or disclosed;
 # what happens without it is shown, too. See docs/security.md.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Every operation of the library with each of its system calls failing.
 # shellcheck shell=bash disable=SC2154
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # No thread to be had for one routine after the other: the daemon says whose, ends the others and
 # itself, with 1.
 # shellcheck shell=bash disable=SC2154,SC2016

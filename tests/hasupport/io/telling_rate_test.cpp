@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/io/telling_rate.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Kernel files that are missing, empty, cut off, enormous or unreadable: each file of some captured
 // states in turn, before every reader.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the watch over the disks follows a state from look to look.
 #include "hasupport/kernel/disk_err_watch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The texts under written/ are written from documentation, not captured.
 #include "hasupport/kernel/drbd_events.h"
 

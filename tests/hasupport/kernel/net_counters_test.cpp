@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/kernel/net_counters.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Buffers that are not as a log left them: the log works, and what was intact is not lost.
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Disks that take no lines, or only some, and places for the buffer that are full.
 #include <gmock/gmock.h>
 #include <sys/mount.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/logfile/pending_lines.h"
 
 #include <fcntl.h>

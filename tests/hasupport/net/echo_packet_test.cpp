@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/net/echo_packet.h"
 
 #include <gtest/gtest.h>

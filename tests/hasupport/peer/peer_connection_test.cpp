@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/peer/peer_connection.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "peer_link.h"
 
 #include <unistd.h>

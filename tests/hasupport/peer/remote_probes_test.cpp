@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/remote_probes.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hasupport/peer/restart_action.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "running_peer_door.h"
 
 #include "tests/support/small_stack.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the probes make of every captured state of DRBD, md and SCSI disks, by name.
 #include <gtest/gtest.h>
 

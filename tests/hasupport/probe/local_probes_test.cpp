@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The probes as the daemon calls them, with captured kernel files where the kernel's own are.
 #include "hasupport/local_probes.h"
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Started without standard input, output and error, the daemon works, and what it or its tool would
 write there ends in none of its own files."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A cluster tool that is missing or cannot be run: the notification has failed, which is logged,
 and the next fresh sample tries again. One that runs and fails, or is killed, has been told."""
 

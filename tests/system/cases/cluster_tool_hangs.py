@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A cluster tool that hangs, with children of its own: after a minute the whole group is ended, the
 notification has failed, and meanwhile everything but the monitors goes on."""
 

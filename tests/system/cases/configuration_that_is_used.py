@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whatever parses is used: other top levels and unreadable files mean defaults, strings that spell
 numbers are numbers, and strings that spell none mean the default."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A configuration that does not parse: a line on standard error, one in the system log, status 1,
 and the busy flag is left alone."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Without /tmp/ha the busy flag cannot be raised: the daemon says that it raised it, as always, and
 goes on; it does not make the directory."""
 

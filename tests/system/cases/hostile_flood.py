@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Thousands of hostile exchanges, as a service and as a client of the daemon's own ports: its
 memory does not grow, no descriptor is left behind, and it serves as before."""
 

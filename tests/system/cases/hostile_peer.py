@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whatever answers in place of the peer's service: the answer is negative within a second or so,
 the status says why, and the daemon goes on as before."""
 

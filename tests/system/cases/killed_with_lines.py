@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A daemon that is killed before it wrote its lines to disk loses none: the next one writes them,
 once, before its own. It finds the socket's file stale and takes its place."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The interface goes away and comes back as another one: the daemon loses its peer, says why once,
 and finds it again without help."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Without its directory the log is written all the same: the daemon makes it."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """On a full or read-only log directory the daemon goes on, says so once, and loses nothing: what it
 had to say comes in order once there is room again."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A daemon that may not lock its memory says so and goes on."""
 
 from harness import LOG_ERR, LOG_USER, SHORT_INTERVALS, SystemLogLine, expect_equal, one_node

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Arguments that are no addresses, or name no interface: the daemon runs and answers, the peer is
 not alive with a reason, nothing is asked of it, and the system log says why once."""
 

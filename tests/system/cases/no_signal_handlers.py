@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The daemon installs no signal handler, blocks no signal, and ignores none."""
 
 from pathlib import Path

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A disk of the peer stays under error handling: this node asks the peer to restart, and proves
 itself by the key; the peer runs the command that restarts it, once. The machine itself goes on."""
 

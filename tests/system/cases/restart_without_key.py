@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Without a key the peer's state is told, but a restart is neither asked for nor obeyed; and a node
 that holds a key obeys nobody who does not."""
 

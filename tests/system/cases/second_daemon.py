@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A second daemon on a node fails to bind and ends with status 1. The first one's socket, peer
 service and log lines are unharmed; the busy flag is lowered by the second one's start and raised by
 its first pass."""

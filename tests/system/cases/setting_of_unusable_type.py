@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A setting of a type that cannot be a number ends the process as soon as a routine asks for it."""
 
 import signal

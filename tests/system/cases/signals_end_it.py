@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Signals do to the daemon what they do to any program: they end it at once."""
 
 import signal

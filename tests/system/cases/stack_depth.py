@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Each of the eight routines uses less than half of its 80 KiB stack, after all the kinds of work
 that it ever does."""
 

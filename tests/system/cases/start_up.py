@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A daemon that finds all in order starts without a word to the system log or its standard
 streams, lowers the busy flag, and serves."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Two nodes whose link has IP version 6 addresses know each other just as well, by addresses of a
 private network and by those of the link itself."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Any number of arguments but three: the usage line, one line in the system log, status 1, and
 nothing touched."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the cases are written with: nodes, daemons on them, and checks.
 
 A case is a file in cases/ with a function case(build). It may say TAKES_SECONDS, so that it is

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Checks. Waiting is always for a condition, with a deadline that only a broken program misses."""
 
 import time

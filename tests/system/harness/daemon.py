@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The real daemon, running in a node."""
 
 import json

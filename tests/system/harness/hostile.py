@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A service on the peer's port that treats every connection in one way, in a thread of its own."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A node: namespaces of its own, with private /tmp, /run, /var and /dev/log."""
 
 import contextlib

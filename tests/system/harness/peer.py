@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The protocol of the peer's port, for a peer that is honest only as far as a case wants it.
 
 Four frames make an exchange: hello, challenge, request, reply. A frame is "KH", the version, the

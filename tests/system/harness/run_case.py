@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs one case: run_case.py FILE BUILD_DIR. Exit status 0 passed, 1 failed, 77 skipped."""
 
 import importlib.util

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sockets from another network: a helper there opens them and hands them over."""
 
 import socket

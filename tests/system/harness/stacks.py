@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How deep each routine's stack has ever been, read from outside.
 
 The memory of a new stack is zero, and nothing clears what a call has left behind: the lowest byte

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The system log of a node: a listener at its /dev/log."""
 
 import re

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 // The last hour of the heartbeat, and the events.
 const left = 84, right = 790, top_ = 12, bottom = 140;
 

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 // Keeps the page up to date, and says so when it cannot: old news look unknown.
 const readingNames = rows.map(([key]) => key);
 const nothing = { state: "unknown", value: null, age: null, reason: "" };

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 "use strict";
 // The picture of the pair. Text from elsewhere is only ever set as text.
 const byId = (id) => document.getElementById(id);

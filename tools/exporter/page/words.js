@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 // Everything that the picture shows, and more, in words.
 const rows = [
   ["remoteAlive", "Peer", flag(["good", "alive"], ["bad", "not alive"])],
