@@ -248,7 +248,8 @@ class Pair:
     def drbd_up(self, *resources):
         """Brings resources up, connected and up to date on both nodes, without a first sync."""
         up = "modprobe drbd minor_count=4" + "".join(
-            f"; yes yes | drbdadm create-md --force {each}; drbdadm up {each}" for each in resources)
+            f"; yes yes | drbdadm create-md --force {each}; drbdadm up {each} || drbdadm adjust {each}"
+            for each in resources)  # a step of drbdadm gives up after 5 s, which a busy machine may need
         self.both(lambda node: node.run(up))
         for resource in resources:
             self.nodes[0].run(f"drbdadm wait-connect {resource}; "
