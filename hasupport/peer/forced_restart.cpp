@@ -62,11 +62,20 @@ void outliveShutdown() {
     program_invocation_name[0] = '@';
 }
 
+/// Sends one letter to the other end, where somebody may wait for it.
+bool say(int handle, char letter) {
+    ssize_t sent = -1;
+    do {
+        sent = ::send(handle, &letter, 1, MSG_NOSIGNAL);
+    } while (sent < 0 && errno == EINTR);
+    return sent == 1;
+}
+
 // Runs in a child that shares nothing with the daemon but its memory's content: only calls that are
 // safe after a fork, no disk, no lock. The service manager kills what is left in the daemon's
 // control group, so the child leaves it.
 [[noreturn]] void forceLater(const ForcedRestart& restart, int handle) {
-    if (::send(handle, &armedLetter, 1, MSG_NOSIGNAL) != 1) {
+    if (!say(handle, armedLetter)) {
         ::_exit(1);  // nobody would know
     }
     ::setsid();
@@ -143,7 +152,7 @@ UniqueFd startForcedRestart(const ForcedRestart& restart) {
 
 void cancelForcedRestart(const UniqueFd& handle) {
     if (handle) {
-        [[maybe_unused]] const ssize_t ignored = ::send(handle.get(), "x", 1, MSG_NOSIGNAL);
+        say(handle.get(), 'x');
     }
 }
 

@@ -10,7 +10,7 @@ import tempfile
 from pathlib import Path
 
 from .checks import eventually
-from .daemon import Daemon, first_child
+from .daemon import Daemon, environment, first_child
 from .socket_maker import SocketMaker
 from .system_log import SystemLog
 
@@ -93,7 +93,11 @@ class Node:
 
     def run(self, *command):
         done = subprocess.run(
-            [*self.enter(), *command], check=True, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE
+            [*self.enter(), *command],
+            check=True,
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            env={**os.environ, **environment()},
         )
         return done.stdout.decode()
 

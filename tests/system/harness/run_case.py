@@ -2,6 +2,7 @@
 """Runs one case: run_case.py FILE BUILD_DIR. Exit status 0 passed, 1 failed, 77 skipped."""
 
 import importlib.util
+import signal
 import sys
 import traceback
 from pathlib import Path
@@ -20,7 +21,15 @@ def load(file):
     return module
 
 
+def hear_all_signals():
+    """A shell starts what runs in its background with some signals ignored, and so would each daemon be."""
+    signal.signal(signal.SIGINT, signal.default_int_handler)
+    for number in (signal.SIGHUP, signal.SIGQUIT, signal.SIGTERM, signal.SIGTSTP):
+        signal.signal(number, signal.SIG_DFL)
+
+
 def main(file, build):
+    hear_all_signals()
     module = load(file)
     reason = getattr(module, "NOT_WITH_SANITIZERS", None)
     if reason and has_sanitizer(build):
