@@ -138,13 +138,12 @@ def is_plain_where_told(tool):
 
 def stops_and_goes_on(tool):
     """With the shell's part played here: it takes the terminal back and changes its modes."""
-    with Terminal(["bash", "-c", 'set -m; "$@"; echo stopped; read; fg > /dev/null', "bash",
+    with Terminal(["bash", "-c", 'set -m; "$@"; echo stopped; sleep 5; fg > /dev/null', "bash",
                    *tool]) as terminal:
         terminal.wait_for("ALL IS WELL", "0.310 ms")
         terminal.press("\x1a")
         terminal.wait_for("stopped", without=["ALL IS WELL"])
         expect(OWN_SCREEN not in terminal.screen.modes, "the screen is given back while it is stopped")
-        terminal.press("\n")
         terminal.wait_for("ALL IS WELL", "0.310 ms")
         expect(OWN_SCREEN in terminal.screen.modes, "it goes on with a screen of its own")
         terminal.press("q")
