@@ -19,6 +19,8 @@ namespace {
 
 constexpr std::int64_t thousand = 1000;
 constexpr char armedLetter = 'a';
+constexpr std::int64_t patienceForArming =
+    5 * thousand;  // it takes a moment, also on a sick machine
 
 std::int64_t millisecondsNow() {
     timespec now{};
@@ -108,16 +110,24 @@ void collect(pid_t child) {
     } while (ended < 0 && errno == EINTR);
 }
 
-/// True when the process at the other end has said that it is there; false when there is none. The
-/// way that the one between them ended does not tell: a launcher that left SIGCHLD ignored has the
-/// kernel throw it away, and a restart that is armed must never be taken for one that is not.
+/// True when the process at the other end has said that it is there; false when there is none, or
+/// nothing was heard for some seconds. The way that the one between them ended does not tell: a
+/// launcher that left SIGCHLD ignored has the kernel throw it away, and a restart that is armed
+/// must never be taken for one that is not.
 bool isThere(int handle) {
-    char letter = 0;
-    ssize_t got = -1;
-    do {
-        got = ::recv(handle, &letter, 1, 0);
-    } while (got < 0 && errno == EINTR);
-    return got == 1 && letter == armedLetter;
+    const std::int64_t end = millisecondsNow() + patienceForArming;
+    for (auto left = patienceForArming; left > 0; left = end - millisecondsNow()) {
+        pollfd waiting{handle, POLLIN, 0};
+        if (::poll(&waiting, 1, static_cast<int>(left)) != 1) {
+            continue;
+        }
+        char letter = 0;
+        const ssize_t got = ::recv(handle, &letter, 1, MSG_DONTWAIT);
+        if (got >= 0 || (errno != EINTR && errno != EAGAIN)) {
+            return got == 1 && letter == armedLetter;
+        }
+    }
+    return false;
 }
 
 }  // namespace

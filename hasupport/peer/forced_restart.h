@@ -16,7 +16,8 @@ struct ForcedRestart {
 };
 
 /// Starts a process of its own that carries it out whatever happens to this one and to its disks.
-/// The handle to cancel it with; none when it could not be started.
+/// The handle to cancel it with; none when it could not be started. Usually takes a moment, and at
+/// most some seconds: a process that is not heard of by then is cancelled.
 UniqueFd startForcedRestart(const ForcedRestart& restart);
 
 /// Ends a forced restart that still leaves time to the orderly one.
