@@ -3,7 +3,7 @@
 
 from .figures import Comparison, Count, Shown, alternate, median, spread
 from .machine import Failed, Machine
-from .programs import cpu_ns, pin, pinned, run_json, running, status_field, wait_until, wake_ups
+from .programs import cpu_ns, pin, pinned, run_json, running, status_field, wake_ups
 
 __all__ = [
     "Comparison",
@@ -21,5 +21,4 @@ __all__ = [
     "running",
     "spread",
     "status_field",
-    "wait_until",
 ]

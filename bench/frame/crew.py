@@ -5,11 +5,11 @@ import contextlib
 import time
 from dataclasses import dataclass
 
-from harness import joined_nodes, one_node
+from harness import eventually, joined_nodes, one_node
 
 from . import related
 from .pair import live_pair
-from .programs import cpu_ns, status_field, wait_until, wake_ups
+from .programs import cpu_ns, status_field, wake_ups
 from .related import Related
 
 
@@ -67,7 +67,7 @@ def one(machine, start):
 def floor(machine):
     with one_node(machine.build) as node:
         program = Related(node, "floor", "/mnt/build/bin/bench_floor")
-        wait_until("the floor has its threads", lambda: has_threads(program))
+        eventually("the floor has its threads", lambda: has_threads(program))
         yield Member("floor", program.pids)
 
 

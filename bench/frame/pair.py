@@ -3,9 +3,8 @@
 
 import contextlib
 
-from harness import copy_key, joined_nodes
+from harness import copy_key, eventually, joined_nodes
 
-from .programs import wait_until
 
 
 @contextlib.contextmanager
@@ -32,4 +31,4 @@ def await_peer(daemon):
         status = daemon.status()
         return status and status["remoteAlive"] and status["readings"]["remoteMDResync"]["valid"]
 
-    wait_until("the daemon knows its peer", knows)
+    eventually("the daemon knows its peer", knows)

@@ -4,7 +4,6 @@
 import contextlib
 import json
 import subprocess
-import time
 from pathlib import Path
 
 from .machine import Failed
@@ -40,17 +39,6 @@ def running(command, **options):
     finally:
         process.kill()
         process.wait()
-
-
-def wait_until(what, condition, seconds=60, step=0.05):
-    deadline = time.monotonic() + seconds
-    while True:
-        outcome = condition()
-        if outcome:
-            return outcome
-        if time.monotonic() > deadline:
-            raise Failed(f"did not happen within {seconds} s: {what}")
-        time.sleep(step)
 
 
 def status_field(pid, name):

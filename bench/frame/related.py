@@ -7,8 +7,8 @@ import shutil
 import subprocess
 from pathlib import Path
 
+from harness import eventually
 from .machine import Failed
-from .programs import wait_until
 
 PACKAGES = ["corosync", "keepalived", "monit", "prometheus-node-exporter"]
 
@@ -90,7 +90,7 @@ def unpacked(machine):
     command += ["--no-install-recommends", "-o", f"Dir::Cache::archives={root}/archives"]
     env = {**os.environ, "DEBIAN_FRONTEND": "noninteractive"}
     # Two apt-gets at a time are refused.
-    wait_until("the related daemons are downloaded",
+    eventually("the related daemons are downloaded",
                lambda: subprocess.run([*command, *PACKAGES], env=env, stdout=subprocess.DEVNULL,
                                       stderr=subprocess.DEVNULL).returncode == 0, 120, 5)
     for archive in sorted((root / "archives").glob("*.deb")):
@@ -124,7 +124,7 @@ class Related:
                 [*node.enter(), *command], stdin=subprocess.DEVNULL, stdout=file, stderr=file
             )
         self._output = output
-        wait_until(f"{name} is started",
+        eventually(f"{name} is started",
                    lambda: children(self._process.pid) or self._process.poll() is not None)
 
     def pids(self):

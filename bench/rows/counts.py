@@ -8,9 +8,9 @@ import subprocess
 import time
 from pathlib import Path
 
-from frame import Count, median, run_json, status_field, wait_until, wake_ups
+from frame import Count, median, run_json, status_field, wake_ups
 from frame.pair import live_pair
-from harness import STATUS_SOCKET
+from harness import STATUS_SOCKET, eventually
 
 REQUESTS = 200
 LINES = 100
@@ -31,7 +31,7 @@ def traced(node, daemon, work):
     output = Path(node.keep) / "strace"
     with subprocess.Popen(["strace", "-f", "-o", output, "-p", str(daemon.pid)],
                           stderr=subprocess.PIPE) as tracer:
-        wait_until("strace is attached", lambda: tracer.stderr.readline())
+        eventually("strace is attached", lambda: tracer.stderr.readline())
         work()
         tracer.terminate()
     calls = {}

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """Whether the daemon grows: an hour of passes and a million requests."""
 
-from frame import Count, pinned, run_json, status_field, wait_until
+from frame import Count, pinned, run_json, status_field
 from frame.pair import await_peer, pair
-from harness import STATUS_SOCKET
+from harness import STATUS_SOCKET, eventually
 
 REQUESTS = 1_000_000
 SLOWEST_PASS_SECONDS = 15
@@ -30,10 +30,10 @@ def rows(machine):
     with pair(machine) as (node1, node2):
         daemon, _ = start(machine, node1), start(machine, node2)
         await_peer(daemon)
-        wait_until("the first passes", lambda: passes(daemon) >= FIRST_PASSES, 120)
+        eventually("the first passes", lambda: passes(daemon) >= FIRST_PASSES, 120)
         before = status_field(daemon.pid, "VmLck")
         ask = [machine.program("ask"), "kept", node1.path(STATUS_SOCKET), REQUESTS]
         run_json(pinned(machine.other, *ask))
-        wait_until("an hour of passes", lambda: passes(daemon) >= HOUR_OF_PASSES, 400, 1)
+        eventually("an hour of passes", lambda: passes(daemon) >= HOUR_OF_PASSES, 400, 1)
         growth = status_field(daemon.pid, "VmLck") - before
     yield Count("growth in an hour and a million requests", [growth], "kB", GROWTH, most=256)

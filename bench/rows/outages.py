@@ -8,10 +8,10 @@ import signal
 import subprocess
 import time
 
-from frame import Count, Shown, median, related, wait_until
+from frame import Count, Shown, median, related
 from frame.link import set_up
 from frame.pair import await_peer, pair
-from harness import joined_nodes
+from harness import eventually, joined_nodes
 
 PAIRS = 20
 OUTAGES = 100
@@ -45,14 +45,14 @@ def await_phase(daemon, seconds):
 
 def outage(node, peer, daemon, phase):
     """Seconds until the status says so, and until the flag is gone."""
-    wait_until("the peer lives", lambda: remote_alive(daemon), 120)
-    wait_until("the flag is up", lambda: node.exists(FLAG), 120)
+    eventually("the peer lives", lambda: remote_alive(daemon), 120)
+    eventually("the flag is up", lambda: node.exists(FLAG), 120)
     await_phase(daemon, phase)
     began = time.monotonic()
     set_up(peer, False)
-    wait_until("the peer is lost", lambda: not remote_alive(daemon), 60, LOOK_SECONDS)
+    eventually("the peer is lost", lambda: not remote_alive(daemon), 60, LOOK_SECONDS)
     told = time.monotonic() - began
-    wait_until("the flag is lowered", lambda: not node.exists(FLAG), 60, LOOK_SECONDS)
+    eventually("the flag is lowered", lambda: not node.exists(FLAG), 60, LOOK_SECONDS)
     lowered = time.monotonic() - began
     set_up(peer, True)
     return told, lowered
@@ -96,20 +96,20 @@ def sees_member(node):
 def keepalived_outage(machine, _):
     start = others(machine, lambda node: related.keepalived(node, INTERVAL))
     with start as ((master, backup), programs):
-        wait_until("there is a master", lambda: holds_address(master), 120)
-        wait_until("and only one", lambda: not holds_address(backup), 120)
+        eventually("there is a master", lambda: holds_address(master), 120)
+        eventually("and only one", lambda: not holds_address(backup), 120)
         time.sleep(INTERVAL)
         began = freeze(programs[0])
-        wait_until("the backup takes over", lambda: holds_address(backup), 120, 0.2)
+        eventually("the backup takes over", lambda: holds_address(backup), 120, 0.2)
         return time.monotonic() - began
 
 
 def corosync_outage(machine, _):
     start = others(machine, lambda node: related.corosync(node, INTERVAL * 1000))
     with start as ((node, _), programs):
-        wait_until("both are members", lambda: sees_member(node), 120, 0.5)
+        eventually("both are members", lambda: sees_member(node), 120, 0.5)
         began = freeze(programs[1])
-        wait_until("one has left", lambda: not sees_member(node), 120, 0.25)
+        eventually("one has left", lambda: not sees_member(node), 120, 0.25)
         return time.monotonic() - began
 
 

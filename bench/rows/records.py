@@ -6,7 +6,8 @@ import subprocess
 import tempfile
 from pathlib import Path
 
-from frame import Comparison, alternate, pinned, run_json, running, wait_until
+from frame import Comparison, alternate, pinned, run_json, running
+from harness import eventually
 
 CROWDS = ((300, 20, 0.35), (3000, 3, 0.5))
 # A /run of its own, in which the log and its buffer are: nothing else of the machine is touched.
@@ -49,7 +50,7 @@ def rows(machine):
             ready = Path(place) / "ready"
             more = max(0, count - process_count())
             with running([machine.program("many_processes"), more, ready]):
-                wait_until("the processes are there", ready.exists, 120)
+                eventually("the processes are there", ready.exists, 120)
                 taken = alternate(lambda n=times: ours(machine, n), lambda: reference(machine))
         figures = [[each / 1e6 for each in side] for side in taken]
         name = f"recordPS, {count} processes"

@@ -3,7 +3,8 @@
 
 import socket
 
-from frame import Comparison, Count, alternate, median, pin, pinned, run_json, running, wait_until
+from frame import Comparison, Count, alternate, median, pin, pinned, run_json, running
+from harness import eventually
 from frame.pair import live_pair
 
 STATUS = "/tmp/.ha_daemon.socket"
@@ -42,7 +43,7 @@ class Servers:
     def both(self, echo, core, mode, *arguments):
         """Replies of the daemon and of the echo, by turns."""
         with self.echo(echo):
-            wait_until("the echo serves", lambda: self.node.exists(ECHO))
+            eventually("the echo serves", lambda: self.node.exists(ECHO))
             self.ask(core, mode, ECHO, *arguments)
             taken = alternate(
                 lambda: self.ask(core, mode, STATUS, *arguments),

@@ -3,9 +3,9 @@
 
 import subprocess
 
-from frame import Comparison, alternate, pin, pinned, related, run_json, wait_until
+from frame import Comparison, alternate, pin, pinned, related, run_json
 from frame.pair import live_pair
-from harness import STATUS_SOCKET, joined_nodes
+from harness import STATUS_SOCKET, eventually, joined_nodes
 
 RUNS = 20
 CONNECTIONS = 300
@@ -29,7 +29,7 @@ def rows(machine):
         for each in other:
             related.offer(machine, each)
         programs = [related.corosync(each) for each in other]
-        wait_until("corosync answers", lambda: corosync_answers(other[0]))
+        eventually("corosync answers", lambda: corosync_answers(other[0]))
         for pid in [daemon.pid, *programs[0].pids()]:
             pin(pid, machine.core)
 

@@ -20,8 +20,8 @@ def expect_equal(got, wanted, what):
         raise CaseFailed(f"{what}:\n  wanted {wanted!r}\n  got    {got!r}")
 
 
-def eventually(what, condition, seconds=PATIENCE_SECONDS):
-    """Waits until the condition yields something true, and returns that."""
+def eventually(what, condition, seconds=PATIENCE_SECONDS, step=0.1):
+    """Waits until the condition yields something true, and returns that; looks every `step` seconds."""
     deadline = time.monotonic() + seconds
     while True:
         outcome = condition()
@@ -29,4 +29,4 @@ def eventually(what, condition, seconds=PATIENCE_SECONDS):
             return outcome
         if time.monotonic() > deadline:
             raise CaseFailed(f"did not happen within {seconds} s: {what}")
-        time.sleep(0.1)
+        time.sleep(step)
