@@ -8,6 +8,19 @@
 
 namespace KORA::HA::Daemon::support {
 
+/// The last `count` bytes, fewer than eight, as a number in the order in which they are read.
+inline std::uint64_t lastBytes(std::string_view bytes, std::size_t count) {
+    std::uint64_t number = 0;
+    if (bytes.size() >= sizeof number) {  // one load, of which the bytes before them are cut off
+        std::memcpy(&number, bytes.data() + bytes.size() - sizeof number, sizeof number);
+        return __builtin_bswap64(number) & ((std::uint64_t{1} << 8U * count) - 1);
+    }
+    for (const char byte : bytes.substr(bytes.size() - count)) {
+        number = number << 8U | static_cast<unsigned char>(byte);
+    }
+    return number;
+}
+
 /// A 64-bit check that finds damage; it is no defence against intent. A change of any single word
 /// of eight bytes changes it. The words go into two sums by turns, because a processor works on
 /// both at once.
@@ -34,11 +47,7 @@ inline std::uint64_t checksum(std::string_view bytes, std::uint64_t start = 0xcb
         even = add(even, wordAt(at));
         at += wordBytes;
     }
-    std::uint64_t rest = 0;
-    for (; at < bytes.size(); ++at) {
-        rest = rest << 8U | static_cast<unsigned char>(bytes[at]);
-    }
-    return add(add(even, rest), odd);
+    return add(add(even, lastBytes(bytes, bytes.size() - at)), odd);
 }
 
 }  // namespace KORA::HA::Daemon::support

@@ -15,12 +15,18 @@
 #include "hasupport/logfile/log_file.h"
 #include "hasupport/logfile/log_writer.h"
 #include "hasupport/logfile/pending_lines.h"
+#include "hasupport/logfile/plain_text.h"
 #include "hasupport/logfile/registry.h"
 
 namespace KORA::HA::Daemon {
 namespace {
 
 constexpr std::size_t scratchKept = std::size_t{4} << 10U;
+
+/// What nearly every line is: it goes into the buffer as it is.
+bool isPlainLine(std::string_view line) {
+    return line.size() <= scratchKept && support::plainLength(line) == line.size();
+}
 
 }  // namespace
 
@@ -43,10 +49,12 @@ class DaemonLog::Impl {
         const std::lock_guard lock(linesMutex_);
         try {
             takeBufferOnce();
-            format(line);
-            lines_.append(scratch_);
-            if (scratch_.capacity() > scratchKept) {
-                scratch_ = std::string();
+            const auto now = std::chrono::system_clock::now();
+            const std::string_view stamp = stamp_.at(now);
+            if (isPlainLine(line)) {
+                lines_.append(stamp, line, now);
+            } else {
+                appendFormatted(stamp, line, now);
             }
         } catch (const std::exception&) {
             lines_.lose(1);
@@ -74,11 +82,17 @@ class DaemonLog::Impl {
     }
 
   private:
-    void format(std::string_view line) {
+    void appendFormatted(std::string_view stamp, std::string_view line,
+                         std::chrono::system_clock::time_point now) {
         const std::string_view begin = line.substr(0, support::lineLimit);
         scratch_.clear();
-        support::appendLogLine(scratch_, stamp_.at(std::chrono::system_clock::now()), begin);
+        support::appendLogLine(scratch_, stamp, begin);
         support::fitLine(scratch_, support::lineLimit, line.size() - begin.size());
+        scratch_.pop_back();  // its newline
+        lines_.append("", scratch_, now);
+        if (scratch_.capacity() > scratchKept) {
+            scratch_ = std::string();
+        }
     }
 
     /// The buffer is taken by the first use: a process that logs nothing disturbs no other.

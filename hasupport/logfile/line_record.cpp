@@ -24,6 +24,20 @@ void storeMark(char* at, std::uint32_t mark) {
     std::atomic_ref(*place).store(mark, std::memory_order_release);
 }
 
+/// Nothing at `at` counts any more; gives the place for a record's text.
+char* beginRecord(char* at) {
+    storeMark(at, 0);
+    return at + recordHead;
+}
+
+/// The text lies in its place.
+void finishRecord(char* at, std::uint64_t sequence, std::size_t size) {
+    const std::string_view text(at + recordHead, size);
+    const Head head{0, static_cast<std::uint32_t>(size), sequence, recordCheck(sequence, text)};
+    std::memcpy(at, &head, sizeof head);
+    storeMark(at, waitingMark);
+}
+
 bool isFormattedLine(std::string_view text) {
     if (text.empty() || text.back() != '\n') {
         return false;
@@ -66,12 +80,16 @@ std::uint64_t recordCheck(std::uint64_t sequence, std::string_view text) {
 }
 
 void putRecord(char* at, std::uint64_t sequence, std::string_view text) {
-    storeMark(at, 0);
-    const Head head{0, static_cast<std::uint32_t>(text.size()), sequence,
-                    recordCheck(sequence, text)};
-    std::memcpy(at, &head, sizeof head);
-    std::memcpy(at + sizeof head, text.data(), text.size());
-    storeMark(at, waitingMark);
+    std::memcpy(beginRecord(at), text.data(), text.size());
+    finishRecord(at, sequence, text.size());
+}
+
+void putRecord(char* at, std::uint64_t sequence, std::string_view stamp, std::string_view text) {
+    char* const line = beginRecord(at);
+    std::memcpy(line, stamp.data(), stamp.size());
+    std::memcpy(line + stamp.size(), text.data(), text.size());
+    line[stamp.size() + text.size()] = '\n';
+    finishRecord(at, sequence, stamp.size() + text.size() + 1);
 }
 
 void retireRecord(char* at) {

@@ -37,6 +37,9 @@ std::size_t recordSize(std::size_t textSize);
 /// a process that is killed before it leaves no record there.
 void putRecord(char* at, std::uint64_t sequence, std::string_view text);
 
+/// The same for a text of `stamp`, `text` and a newline, which come together only there.
+void putRecord(char* at, std::uint64_t sequence, std::string_view stamp, std::string_view text);
+
 /// Marks the record at `at` as done with.
 void retireRecord(char* at);
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ctime>
 #include <limits>
 #include <utility>
 
@@ -17,13 +16,7 @@ constexpr std::uint64_t absurdSequence = largestLeftSequence / 2;
 
 // For so long a file that was whole is taken to be so: asking the kernel anew for each line of many
 // takes longer than the line itself.
-constexpr std::int64_t trustMilliseconds = 10;
-
-std::int64_t coarseMilliseconds() {
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
+constexpr std::chrono::milliseconds trust{10};
 
 }  // namespace
 
@@ -48,11 +41,22 @@ void PendingLines::saveProgress() {
 }
 
 void PendingLines::append(std::string_view line) {
-    if (const std::int64_t now = coarseMilliseconds(); now - checkedAt_ > trustMilliseconds) {
+    abandonCutFile();
+    put(line.size(), line);
+}
+
+void PendingLines::append(std::string_view stamp, std::string_view text,
+                          WallClock::time_point now) {
+    if (now < seenWhole_ || now > seenWhole_ + trust) {
         abandonCutFile();
-        checkedAt_ = now;
+        seenWhole_ = now;
     }
-    const std::size_t size = recordSize(line.size());
+    put(stamp.size() + text.size() + 1, stamp, text);
+}
+
+template <typename... Text>
+void PendingLines::put(std::size_t size, Text... text) {
+    size = recordSize(size);
     char* const at = roomFor(size);
     if (at == nullptr) {
         lose(1);
@@ -60,7 +64,7 @@ void PendingLines::append(std::string_view line) {
     }
     const std::uint8_t number = order_.at(count_ - 1);
     SlabUse& slab = slabs_.at(number);
-    putRecord(at, next_, line);
+    putRecord(at, next_, text...);
     slab.first = slab.first == 0 ? next_ : slab.first;
     slab.last = next_++;
     slab.used += size;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -29,6 +30,8 @@ struct LineSpan {
 /// says how many. Needs a lock around it.
 class PendingLines {
   public:
+    using WallClock = std::chrono::system_clock;
+
     /// In the memory of this process alone.
     PendingLines() = default;
     /// In a buffer that outlives the process, going on with what was left there.
@@ -37,9 +40,11 @@ class PendingLines {
     bool outlives() const { return buffer_.outlives(); }
 
     /// Appends one whole line (with its newline) of at most `lineLimit` bytes. What does not fit
-    /// counts as lost. A file cut under the map is noticed before it is touched, unless it was seen
-    /// to be whole within the last hundredth of a second.
+    /// counts as lost. A file cut under the map is noticed before it is touched.
     void append(std::string_view line);
+    /// The same for a line of `stamp`, `text` and a newline. A file that was seen to be whole
+    /// within the last hundredth of a second before `now` is taken to be so.
+    void append(std::string_view stamp, std::string_view text, WallClock::time_point now);
     /// Counts lines that could not even be put together.
     void lose(std::uint64_t lines);
 
@@ -84,6 +89,8 @@ class PendingLines {
     std::uint64_t compose(std::string& out, std::uint64_t through, std::size_t limit) const;
     bool outlives(const Walk& walk) const;
 
+    template <typename... Text>
+    void put(std::size_t size, Text... text);
     char* roomFor(std::size_t size);
     bool prepareBase();
     bool useFreeSlab(std::size_t size);
@@ -108,7 +115,7 @@ class PendingLines {
     std::array<SlabUse, slabCount> slabs_{};
     std::array<std::uint8_t, slabCount> order_{};  // slabs with waiting lines, oldest first
     std::size_t count_ = 0;
-    std::int64_t checkedAt_ = 0;  // when the file was last seen to be whole
+    WallClock::time_point seenWhole_;
 };
 
 }  // namespace KORA::HA::Daemon::support

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <emmintrin.h>
+
+#include <algorithm>
 #include <bit>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <string_view>
 
 namespace KORA::HA::Daemon::support {
@@ -13,24 +14,31 @@ inline bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20U || c == '\x7f';
 }
 
-/// How many bytes at the beginning of the text are no control characters. Eight are looked at at a
-/// time: every line that is logged or written passes through here.
+/// Which of sixteen bytes are control characters: one bit for each.
+inline unsigned controlsIn(const char* sixteen) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(sixteen));
+    const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1f)), bytes);
+    const __m128i deleted = _mm_cmpeq_epi8(bytes, _mm_set1_epi8(0x7f));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(low, deleted)));
+}
+
+/// How many bytes at the beginning of the text are no control characters. Sixteen are looked at at
+/// a time: every line that is logged or written passes through here.
 inline std::size_t plainLength(std::string_view text) {
-    constexpr std::uint64_t ones = 0x0101010101010101U;
-    constexpr std::uint64_t tops = 0x80U * ones;
+    constexpr std::size_t step = 16;
     std::size_t at = 0;
-    for (; text.size() - at >= sizeof(std::uint64_t); at += sizeof(std::uint64_t)) {
-        std::uint64_t bytes = 0;
-        std::memcpy(&bytes, text.data() + at, sizeof bytes);
-        const std::uint64_t deleted = bytes ^ (0x7fU * ones);  // zero where there is a 0x7f
-        const std::uint64_t low = (bytes - 0x20U * ones) & ~bytes;
-        const std::uint64_t found = (low | ((deleted - ones) & ~deleted)) & tops;
-        if (found != 0) {
-            return at + static_cast<std::size_t>(std::countr_zero(found)) / 8;
+    if (text.size() < step) {
+        while (at < text.size() && !isControl(text[at])) {
+            ++at;
         }
+        return at;
     }
-    while (at < text.size() && !isControl(text[at])) {
-        ++at;
+    while (at < text.size()) {
+        at = std::min(at, text.size() - step);  // the last step looks at some bytes once more
+        if (const unsigned found = controlsIn(text.data() + at); found != 0) {
+            return at + static_cast<std::size_t>(std::countr_zero(found));
+        }
+        at += step;
     }
     return at;
 }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "hasupport/logfile/plain_text.h"
+
 namespace KORA::HA::Daemon::support {
 namespace {
 
@@ -27,6 +29,21 @@ TEST(LineFormat, StampsWithUtcAndMicroseconds) {
               "1969-12-31T23:59:59.999999Z x\n");
     EXPECT_EQ(formatted("leap", system_clock::time_point(std::chrono::seconds(951782400))),
               "2000-02-29T00:00:00.000000Z leap\n");
+}
+
+TEST(LineFormat, FindsTheFirstControlCharacterWhereverItStands) {
+    for (std::size_t size = 0; size < 50; ++size) {
+        std::string text(size, '\xff');
+        EXPECT_EQ(plainLength(text), size);
+        for (std::size_t at = size; at-- > 0;) {
+            text[at] = "\x1f\x7f\0\n"[at % 4];
+            EXPECT_EQ(plainLength(text), at) << size;
+        }
+    }
+    for (int byte = 0; byte < 256; ++byte) {
+        const std::string text(20, static_cast<char>(byte));
+        EXPECT_EQ(plainLength(text), byte < 0x20 || byte == 0x7f ? 0U : 20U) << byte;
+    }
 }
 
 TEST(LineFormat, StampsTheLinesOfASecondAndOfTheNextAlike) {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "hasupport/logfile/checksum.h"
+
 namespace KORA::HA::Daemon::support {
 namespace {
 
@@ -47,6 +49,25 @@ TEST_F(LineRecordTest, FindsWhatWasPut) {
     EXPECT_EQ(record.sequence, 7U);
     EXPECT_EQ(record.begin, 0U);
     EXPECT_EQ(record.end, 32U);
+}
+
+TEST_F(LineRecordTest, IsTheSameInPiecesAsInOne) {
+    for (std::size_t size = 0; size < 40; ++size) {
+        const std::string text(size, 't');
+        std::vector<char> pieces(memory_.size());
+        putRecord(memory_.data(), 5, "stamp " + text + "\n");
+        putRecord(pieces.data(), 5, "stamp ", text);
+        EXPECT_EQ(memory_, pieces) << size;
+    }
+}
+
+TEST(Checksum, TakesTheLastBytesAsTheyAreRead) {
+    for (const std::string before : {"", "1234567890"}) {
+        EXPECT_EQ(lastBytes(before, 0), 0U);
+        EXPECT_EQ(lastBytes(before + "a", 1), 0x61U);
+        EXPECT_EQ(lastBytes(before + "\xff\1a", 3), 0xff0161U);
+        EXPECT_EQ(lastBytes(before + "abcdefg", 7), 0x61626364656667U);
+    }
 }
 
 TEST_F(LineRecordTest, TellsRetiredOnes) {

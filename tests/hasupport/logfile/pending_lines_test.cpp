@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <chrono>
 #include <string>
-#include <thread>
 
 #include "log_places.h"
 
@@ -296,11 +295,25 @@ TEST_F(KeptLinesTest, GoOnInTheirOwnMemoryWhenTheFileIsCutUnderTheMap) {
         drain(lines);
         lines.append(line(1));
         ASSERT_EQ(::truncate(bufferPath().c_str(), size), 0);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
         lines.append("2026-01-01T00:00:00.000000Z after\n");
         EXPECT_FALSE(lines.outlives());
         EXPECT_EQ(drain(lines), "2026-01-01T00:00:00.000000Z " + lossLine(1) +
                                     "\n2026-01-01T00:00:00.000000Z after\n");
+    }
+}
+
+TEST_F(KeptLinesTest, LookAtTheFileAgainWhenTheClockWentOnOrBack) {
+    constexpr std::string_view stamp = "2026-01-01T00:00:00.000000Z ";
+    const PendingLines::WallClock::time_point start(std::chrono::hours(24));
+    for (const auto step : {std::chrono::milliseconds(11), std::chrono::milliseconds(-1)}) {
+        PendingLines lines(openBuffer());
+        drain(lines);
+        lines.append(stamp, "before", start);
+        EXPECT_EQ(drain(lines), std::string(stamp) + "before\n");
+        ASSERT_EQ(::truncate(bufferPath().c_str(), 0), 0);
+        lines.append(stamp, "after", start + step);
+        EXPECT_FALSE(lines.outlives());
+        EXPECT_EQ(drain(lines), std::string(stamp) + "after\n");
     }
 }
 
