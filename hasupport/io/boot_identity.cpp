@@ -7,10 +7,24 @@
 
 namespace KORA::HA::Daemon::support {
 
+namespace {
+
+std::string readBootId() {
+    return readLine("/proc/sys/kernel/random/boot_id").value_or("");
+}
+
+/// It outlives every process: the first look is enough where it told something.
+std::string bootId() {
+    static const std::string known = readBootId();
+    return known.empty() ? readBootId() : known;
+}
+
+}  // namespace
+
 BootIdentity bootIdentity() {
     timespec now{};
     ::clock_gettime(CLOCK_BOOTTIME, &now);
-    return {readLine("/proc/sys/kernel/random/boot_id").value_or(""), now.tv_sec};
+    return {bootId(), now.tv_sec};
 }
 
 }  // namespace KORA::HA::Daemon::support

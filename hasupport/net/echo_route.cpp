@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hasupport/kernel/interface_name.h"
+#include "hasupport/net/device_towards.h"
 #include "hasupport/net/echo_socket.h"
 
 namespace KORA::HA::Daemon::support {
@@ -24,7 +25,7 @@ std::optional<EchoRoute> planRoute(const LinkAddresses& link, EchoProblem& probl
         problem.reason = "local and remote address are of different families";
         return std::nullopt;
     }
-    return EchoRoute{*local, *remote, remote->isOwn() ? std::string() : link.interface};
+    return EchoRoute{*local, *remote, deviceTowards(*remote, link.interface)};
 }
 
 }  // namespace KORA::HA::Daemon::support

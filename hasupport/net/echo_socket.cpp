@@ -143,28 +143,24 @@ bool EchoSocket::send(const Echo& echo, EchoProblem& problem) {
 
 std::optional<EchoReply> EchoSocket::receive(const Echo& expected, const Deadline& deadline) {
     // What arrived in time is still looked at, however late this thread is; but not without end.
-    int leftWhenLate = packetsWhenLate;
-    for (;;) {
+    for (int leftWhenLate = packetsWhenLate; leftWhenLate > 0;) {
         const bool late = deadline.passed();
-        bool empty = false;
-        if (const auto reply = take(expected, empty)) {
-            return reply;
+        pollfd readable{fd_.get(), POLLIN, 0};
+        const int ready = ::poll(&readable, 1, deadline.pollTimeout());
+        if (ready == 0) {
+            return std::nullopt;  // time is over, and nothing is there
         }
-        if (late && (empty || --leftWhenLate == 0)) {
-            return std::nullopt;
+        if (ready > 0) {
+            if (const auto reply = take(expected)) {
+                return reply;
+            }
         }
-        if (empty) {
-            waitReadable(deadline);
-        }
+        leftWhenLate -= late ? 1 : 0;
     }
+    return std::nullopt;
 }
 
-void EchoSocket::waitReadable(const Deadline& deadline) const {
-    pollfd readable{fd_.get(), POLLIN, 0};
-    ::poll(&readable, 1, deadline.pollTimeout());
-}
-
-std::optional<EchoReply> EchoSocket::take(const Echo& expected, bool& empty) const {
+std::optional<EchoReply> EchoSocket::take(const Echo& expected) const {
     std::array<std::byte, packetLimit> packet{};
     alignas(cmsghdr) std::array<std::byte, controlSpace> control{};
     sockaddr_storage source{};
@@ -178,7 +174,6 @@ std::optional<EchoReply> EchoSocket::take(const Echo& expected, bool& empty) con
     message.msg_controllen = control.size();
     const ssize_t size = ::recvmsg(fd_.get(), &message, 0);
     if (size < 0) {
-        empty = errno == EAGAIN || errno == EWOULDBLOCK;
         return std::nullopt;
     }
     const Moment received = Moment::now();

@@ -61,8 +61,7 @@ class EchoSocket {
   private:
     EchoSocket(UniqueFd fd, bool raw, const IpAddress& peer);
 
-    void waitReadable(const Deadline& deadline) const;
-    std::optional<EchoReply> take(const Echo& expected, bool& empty) const;
+    std::optional<EchoReply> take(const Echo& expected) const;
     bool matches(const Echo& echo, const Echo& expected) const;
 
     UniqueFd fd_;

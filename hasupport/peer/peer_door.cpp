@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hasupport/peer/peer_door.h"
 
-#include <net/if.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -69,7 +68,7 @@ void PeerDoor::keepListener() {
     const LinkAddresses link = linkAddresses();
     std::string problem = readPeerKeys(supportSettings().peerKeyPath).problem;
     const auto route = planPeerRoute(link, problem);
-    const unsigned index = ::if_nametoindex(link.interface.c_str());
+    const unsigned index = interfaceIndex(listener_, link.interface);
     if (!problem.empty() || !route) {
         listener_.reset();
         closed_.raise("the peer is not served: " + problem);

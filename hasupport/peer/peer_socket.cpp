@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hasupport/peer/peer_socket.h"
 
+#include <net/if.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <cerrno>
 #include <cstring>
 
 #include "hasupport/kernel/interface_name.h"
+#include "hasupport/net/device_towards.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -95,7 +98,7 @@ std::optional<PeerRoute> planPeerRoute(const LinkAddresses& link, std::string& p
                   "\" are not two addresses of one family";
         return std::nullopt;
     }
-    return PeerRoute{*local, *remote, remote->isOwn() ? std::string() : link.interface};
+    return PeerRoute{*local, *remote, deviceTowards(*remote, link.interface)};
 }
 
 UniqueFd listenForPeer(const PeerRoute& route, std::uint16_t port) {
@@ -117,6 +120,17 @@ UniqueFd connectToPeer(const PeerRoute& route, std::uint16_t port) {
         (::connect(fd.get(), reinterpret_cast<const sockaddr*>(&peer), route.remote.size()) == 0 ||
          errno == EINPROGRESS || errno == EINTR);
     return orNone(std::move(fd), good);
+}
+
+unsigned interfaceIndex(const UniqueFd& socket, const std::string& name) {
+    if (!socket) {
+        return ::if_nametoindex(name.c_str());
+    }
+    ifreq request{};
+    name.copy(request.ifr_name, sizeof request.ifr_name - 1);
+    return ::ioctl(socket.get(), SIOCGIFINDEX, &request) == 0
+               ? static_cast<unsigned>(request.ifr_ifindex)
+               : 0;
 }
 
 bool requireOnLink(int fd, int family) {

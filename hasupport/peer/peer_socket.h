@@ -26,6 +26,10 @@ UniqueFd listenForPeer(const PeerRoute& route, std::uint16_t port);
 /// A TCP socket from the local address on its way to the peer; wait until it is writable.
 UniqueFd connectToPeer(const PeerRoute& route, std::uint16_t port);
 
+/// The number of an interface, asked through `socket`, or through one of its own where there is
+/// none; 0 when there is no such interface.
+unsigned interfaceIndex(const UniqueFd& socket, const std::string& name);
+
 /// Accepts only packets from the link from now on; for a client once it is connected.
 bool requireOnLink(int fd, int family);
 

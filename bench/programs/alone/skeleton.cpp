@@ -17,6 +17,8 @@
 
 #include <array>
 #include <cctype>
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <string>
 
@@ -77,11 +79,16 @@ void listDirectory(const char* path) {
     }
 }
 
-void echoes(int count) {
+/// `stamped`: with the kernel's time of each reply, which is what a latency is computed from.
+void echoes(int count, bool stamped) {
     const int fd = linkSocket(SOCK_RAW, IPPROTO_ICMP, 0);
+    const int on = 1;
     const std::uint32_t filter = ~(1U << ICMP_ECHOREPLY);
     const sockaddr_in peer = address(arguments[2], 0);
     ::setsockopt(fd, SOL_RAW, 1, &filter, sizeof filter);
+    if (stamped) {
+        ::setsockopt(fd, SOL_SOCKET, SO_TIMESTAMPNS, &on, sizeof on);
+    }
     for (int i = 0; i < count; ++i) {
         std::array<std::uint8_t, 24> packet{ICMP_ECHO, 0, 0xf7, 0xff};
         std::array<char, 256> reply;
@@ -89,7 +96,10 @@ void echoes(int count) {
         ::sendto(fd, packet.data(), packet.size(), MSG_NOSIGNAL,
                  reinterpret_cast<const sockaddr*>(&peer), sizeof peer);
         if (::poll(&answer, 1, 1000) > 0) {
-            ::recv(fd, reply.data(), reply.size(), 0);
+            std::array<char, 64> stamp;
+            iovec into{reply.data(), reply.size()};
+            msghdr message{nullptr, 0, &into, 1, stamp.data(), stamp.size(), 0};
+            ::recvmsg(fd, &message, 0);
         }
         if (i + 1 < count) {
             ::usleep(20'000);
@@ -120,7 +130,7 @@ void askPeer() {
 
 [[noreturn]] void* aliveRoutine(void*) {
     for (;;) {
-        echoes(1);
+        echoes(1, false);
         readWhole("/proc/drbd");
         ::sleep(aliveSeconds);
     }
@@ -137,7 +147,7 @@ void askPeer() {
 
 [[noreturn]] void* mayBlockRoutine(void*) {
     for (;;) {
-        echoes(5);
+        echoes(5, true);
         listDirectory("/sys/block");
         ::access("/tmp/ha_role_active", F_OK);
         ::sleep(checkSeconds);
@@ -220,6 +230,24 @@ void recordProcesses(std::string& into) {
     }
 }
 
+/// The supervisor waits for the end of each of eight routines in turn, a second for each, and one
+/// second more: a wait that the routine could end, which is more than to sleep.
+[[noreturn]] void supervise() {
+    struct Result {
+        std::mutex mutex;
+        std::condition_variable change;
+        bool isThere = false;
+    };
+    std::array<Result, 8> results;
+    for (;;) {
+        for (Result& each : results) {
+            std::unique_lock lock(each.mutex);
+            each.change.wait_for(lock, std::chrono::seconds(1), [&] { return each.isThere; });
+        }
+        ::sleep(1);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -234,8 +262,5 @@ int main(int argc, char** argv) {
           &mayBlockRoutine, &monitorRoutine, &statusDoorRoutine}) {
         bench::startRoutine(routine);
     }
-    for (;;) {
-        // The supervisor's waits: a second for each of eight routines, and one more.
-        ::sleep(1);
-    }
+    supervise();
 }
