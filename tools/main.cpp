@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cmath>
@@ -14,6 +11,8 @@
 
 #include "tools/check_command.h"
 #include "tools/check_config.h"
+#include "tools/command_line.h"
+#include "tools/companion.h"
 #include "tools/doctor_command.h"
 #include "tools/exit_codes.h"
 #include "tools/explain_command.h"
@@ -199,46 +198,20 @@ void addFlush(CLI::App& app, int& result) {
     flush->callback([&] { result = flushLogs({}, std::cout, std::cerr); });
 }
 
-void addExitCodes(CLI::App& app) {
-    for (CLI::App* command : app.get_subcommands({})) {
-        const std::string text = exitCodesHelp(command->get_name());
-        command->footer(text);
-        for (CLI::App* part : command->get_subcommands({})) {
-            part->footer(text);
-        }
+void addExporter(CLI::App& app, ExporterOptions& options, char** argv, int& result) {
+    const ExporterCommands commands = addExporterCommands(app, options);
+    for (CLI::App* command : {commands.metrics, commands.exporter}) {
+        command->callback(
+            [&result, argv] { result = becomeCompanion("korahamon-exporter", argv, std::cerr); });
     }
-}
-
-// A descriptor that the caller has closed would go to the next file or socket that is opened, and
-// what is meant for a person would be written into that. What is written here fails instead.
-void fillStandardDescriptors() {
-    int fd = 0;
-    do {
-        fd = ::open("/dev/null", O_RDONLY);  // NOLINT: what it is run with inherits this one
-    } while (fd >= 0 && fd <= STDERR_FILENO);
-    ::close(fd);
-}
-
-// Whoever reads an exit code relies on having read everything.
-int endWith(int result, int unwritten) {
-    std::cout.flush();
-    if (std::cout) {
-        return result;
-    }
-    std::cerr << "korahamonctl: the output cannot be written\n";
-    return result == exitFine ? unwritten : result;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) try {
-    fillStandardDescriptors();
-    CLI::App app("Looks at the remote monitor daemon of this node, and prepares it.",
-                 "korahamonctl");
-    app.set_version_flag("--version", std::string("korahamonctl ") + KORAHA_VERSION);
-    app.require_subcommand(1);
-    app.footer("Each command tells its options and exit codes with --help.");
-    StatusOptions status;
+    CommandLine line;
+    CLI::App& app = line.app;
+    StatusOptions& status = line.status;
     PeerKeyOptions key;
     std::vector<std::string> words;
     LogOptions log;
@@ -246,40 +219,19 @@ int main(int argc, char** argv) try {
     LogWords logWords;
     TuneOptions tuning;
     std::string tuneSince;
-    int result = 0;
-    app.add_option("--socket", status.socketPath, "The daemon's status socket")
-        ->capture_default_str();
-    app.add_option("--config", status.configuration,
-                   "The daemon's configuration: how old a value may become depends on it")
-        ->capture_default_str();
-    app.fallthrough();
-    addStatus(app, status, result);
-    CLI::App* check = addCheck(app, status, result);
-    addCheckConfig(app, status.configuration, result);
-    addPeerKey(app, key, result);
-    addFlush(app, result);
-    addDoctor(app, status, result);
-    addSupportBundle(app, status, bundle, result);
-    addExplain(app, words, result);
-    addLog(app, log, logWords, result);
-    addTune(app, status, tuning, tuneSince, result);
-    addExporterCommands(app, status, result);
-    addExitCodes(app);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& e) {
-        const auto unknown = app.remaining();
-        if (e.get_exit_code() != 0 && app.get_subcommands().empty() && !unknown.empty()) {
-            std::cerr << "korahamonctl: no such command: " << visible(unknown.front())
-                      << " (--help lists them)\n";
-            return exitUsage;
-        }
-        if (app.exit(e) == 0) {
-            return endWith(exitFine, exitConcern);
-        }
-        return app.got_subcommand(check) ? pluginUnknown : exitUsage;
-    }
-    return endWith(result, app.got_subcommand(check) ? pluginUnknown : exitConcern);
+    ExporterOptions exporter;
+    addStatus(app, status, line.result);
+    line.monitors = addCheck(app, status, line.result);
+    addCheckConfig(app, status.configuration, line.result);
+    addPeerKey(app, key, line.result);
+    addFlush(app, line.result);
+    addDoctor(app, status, line.result);
+    addSupportBundle(app, status, bundle, line.result);
+    addExplain(app, words, line.result);
+    addLog(app, log, logWords, line.result);
+    addTune(app, status, tuning, tuneSince, line.result);
+    addExporter(app, exporter, argv, line.result);
+    return runCommandLine(line, argc, argv);
 } catch (const std::exception& e) {
     std::cerr << "korahamonctl: " << e.what() << '\n';
     return exitConcern;

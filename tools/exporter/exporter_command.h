@@ -2,17 +2,11 @@
 #pragma once
 
 #include <iosfwd>
-#include <string>
-#include <vector>
 
+#include "tools/exporter/commands.h"
 #include "tools/status_command.h"
 
 namespace korahamonctl {
-
-struct ExporterOptions {
-    std::string listen = "127.0.0.1:18909";
-    std::vector<std::string> allowedHosts;
-};
 
 /// Serves metrics and page until SIGTERM or SIGINT: then 0. 2 when the address is none, 1 when it
 /// cannot be served on.
