@@ -23,13 +23,17 @@ bool isPending(const std::string& state, const std::string& resyncStart) {
 
 /// Nothing when a file could not be read.
 std::optional<MdArray> readArray(const std::string& block, const std::string& name) {
-    const std::string md = block + name + "/md/";
-    // A missing file is normal: no redundancy, inactive, or the array was just stopped.
     SysfsReader sysfs;
-    const std::string state = sysfs.line(md + "array_state").value_or("");
-    const std::string action = sysfs.line(md + "sync_action").value_or("");
-    const std::string resyncStart = sysfs.line(md + "resync_start").value_or("");
-    const std::string degraded = sysfs.line(md + "degraded").value_or("");
+    std::string path = block + name + "/md/";
+    // A missing file is normal: no redundancy, inactive, or the array was just stopped.
+    const auto line = [&, length = path.size()](const char* file) {
+        path.resize(length);
+        return sysfs.line(path.append(file)).value_or("");
+    };
+    const std::string state = line("array_state");
+    const std::string action = line("sync_action");
+    const std::string resyncStart = line("resync_start");
+    const std::string degraded = line("degraded");
     if (sysfs.error() != 0) {
         return std::nullopt;
     }
