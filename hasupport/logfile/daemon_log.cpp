@@ -48,7 +48,9 @@ class DaemonLog::Impl {
     void set(const std::string& line) {
         const std::lock_guard lock(linesMutex_);
         try {
-            takeBufferOnce();
+            if (!tried_) {
+                takeBufferOnce();
+            }
             const auto now = std::chrono::system_clock::now();
             const std::string_view stamp = stamp_.at(now);
             if (isPlainLine(line)) {

@@ -19,8 +19,8 @@ class LineStamp {
   private:
     void setSecond(std::chrono::sys_seconds second);
 
-    std::chrono::sys_seconds second_ = std::chrono::sys_seconds::max();
-    std::array<char, 28> text_{"0000-00-00T00:00:00.000000Z"};
+    std::chrono::system_clock::time_point second_;  // the one that `text_` tells
+    std::array<char, 29> text_{"1970-01-01T00:00:00.000000Z "};
 };
 
 /// Appends one line, ended by a newline, to `out`: the stamp and the text. Control characters
