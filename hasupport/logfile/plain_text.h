@@ -17,7 +17,8 @@ inline bool isControl(char c) {
 /// Which of sixteen bytes are control characters: one bit for each.
 inline unsigned controlsIn(const char* sixteen) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(sixteen));
-    const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1f)), bytes);
+    const __m128i above = _mm_subs_epu8(bytes, _mm_set1_epi8(0x1f));  // 0 for 0x1f and below
+    const __m128i low = _mm_cmpeq_epi8(above, _mm_setzero_si128());
     const __m128i deleted = _mm_cmpeq_epi8(bytes, _mm_set1_epi8(0x7f));
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(low, deleted)));
 }
