@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs scenarios on pairs of real kernels. See scripts/lab."""
 
 import argparse

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # Obeys the commands that come through the serial port from the host, one line each: ID, a blank, the
 # command in base64. The answer: ID, exit status, output in base64.
 export PATH=/usr/local/sbin:/usr/sbin:/sbin:/usr/bin:/bin HOME=/root LC_ALL=C

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck disable=SC2013 # the words of the command line are what is meant
 # Process 1 of a lab node without a service manager: sets the machine up, then obeys the host.
 export PATH=/usr/local/sbin:/usr/sbin:/sbin:/usr/bin:/bin HOME=/root LC_ALL=C

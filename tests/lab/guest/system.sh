@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck disable=SC2013 # the words of the command line are what is meant
 # Process 1 of a lab node with a service manager, until it hands over to that one: gives the node its
 # name, its address, the cluster tool and the service that obeys the host.

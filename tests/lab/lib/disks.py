@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """SCSI disks whose commands time out, and a volume on one of them."""
 
 # Two hosts: what hangs on sda's leaves sdb's alone. An array over sda makes it a disk of a volume.

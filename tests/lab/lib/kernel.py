@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The guests' kernel: Debian's own, downloaded and unpacked but never installed."""
 
 import lzma

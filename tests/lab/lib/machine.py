@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """One QEMU machine: started, talked to through a serial port and QMP, and ended."""
 
 import base64

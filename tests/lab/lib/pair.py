@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A pair of lab nodes joined by a replication link."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Nodes that run a whole Debian with its service manager, and the daemon from its packages."""
 
 import shutil

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The peer is reset: its flag is lowered after two samples and raised when it is back."""
 
 import time

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The clock of one node is set back and forward by an hour: no false loss, nothing stuck."""
 
 

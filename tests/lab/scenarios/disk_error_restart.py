@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Commands of a volume's disk time out: the peer counts and restarts the node, once; it comes back."""
 
 from lib import disks

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """drbdConnected follows two resources through disconnects, a cut cable and a missing module."""
 
 import time

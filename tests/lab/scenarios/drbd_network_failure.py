@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A connection that hangs on its way down (NetworkFailure) is not connected; a hanging disk is no loss."""
 
 import time

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A resynchronising DRBD link still counts as connected; the constraint names it."""
 
 

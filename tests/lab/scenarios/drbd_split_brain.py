@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """After a split brain both sides stand alone, and the daemon says not connected."""
 
 

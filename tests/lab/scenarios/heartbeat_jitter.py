@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A lossy, unsteady link that is not slow alarms nobody, and the latency agrees with ping."""
 
 SAMPLES = 20

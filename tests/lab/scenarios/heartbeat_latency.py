@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A slow link: the fourth fresh sample notifies with its value; recovery; a second episode."""
 
 import time

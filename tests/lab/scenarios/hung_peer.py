@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The peer's daemon is stopped, then its whole machine: values turn invalid, nothing stalls."""
 
 QUICK = True

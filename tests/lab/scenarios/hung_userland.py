@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """All processes of the sick peer are frozen while its kernel answers: the fence command is run."""
 
 from lib import disks

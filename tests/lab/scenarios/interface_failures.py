@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Packets that the device itself counts as failed raise the rate; unknown protocols do not."""
 
 BRIDGE = """

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The replication interface is removed, made anew, renamed: probes and peer service come back."""
 
 import time

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Another key on one side: nothing is believed and nothing obeyed; the same key: all is well again."""
 
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The key is rolled over and a daemon replaced in place: the other side notes no false loss."""
 
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A lab that is killed, at any point, leaves no machine behind; a killed guest is missed at once."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """md: resync and recovery are told on both nodes, check is not, a degraded array is a constraint."""
 
 import time

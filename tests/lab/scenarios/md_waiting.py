@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A resync that waits for another array, and one that waits for the first write, count as resync."""
 
 # Two arrays on the same two disks: the second one's resync is delayed.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Medium errors, SMART queries and a disk that failed for good are no error handling."""
 
 from lib import disks

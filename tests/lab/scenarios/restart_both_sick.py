@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Disks hang on both nodes at once: at most one of them goes, the other stays."""
 
 import time

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A node that cannot restart in order is restarted by force, and the reason is on its disk."""
 
 from lib import disks

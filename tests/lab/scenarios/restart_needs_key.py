@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Without a key on both nodes the state is told and believed, but no restart is obeyed."""
 
 from lib import disks

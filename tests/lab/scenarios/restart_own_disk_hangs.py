@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The disk with the sick node's own files hangs as well: the forced restart comes all the same."""
 
 from lib import disks

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What forbids a restart: role, marker, DRBD not connected, not UpToDate or not there, an own array."""
 
 from lib import disks

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The role marker moves during the run, and the pace of the check loops follows."""
 
 

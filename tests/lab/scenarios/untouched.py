@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Ten minutes of a healthy pair whose processors are fully loaded: no alarm of any kind."""
 
 import time
