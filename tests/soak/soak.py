@@ -53,6 +53,8 @@ class Pair:
         self.name = name
         copy_key(*nodes)
         self.nodes = nodes
+        for node in nodes:  # six generations of two fast logs; what a full disk does is tested elsewhere
+            node.run("mount", "-o", "remount,size=512m", "/var")
         self.daemons = [Soaked(node, settings(interval), preload(build)) for node in nodes]
         self.found = [FoundLines(node) for node in nodes]
         self.memory = []
