@@ -20,17 +20,23 @@ class Times {
 
     void print() {
         std::sort(all_.begin(), all_.end());
-        std::printf("{\"count\":%zu,\"p50\":%lld,\"p99\":%lld,\"p999\":%lld,\"worst\":%lld}\n",
+        std::printf("{\"count\":%zu,\"p50\":%.1f,\"p99\":%.1f,\"p999\":%.1f,\"worst\":%.1f}\n",
                     all_.size(), at(0.5), at(0.99), at(0.999), at(1.0));
     }
 
   private:
-    long long at(double part) const {
+    /// The clock goes in steps, ten nanoseconds on many machines, and so do the times: those that
+    /// are equal are spread over the step that they were rounded to.
+    double at(double part) const {
         if (all_.empty()) {
             return 0;
         }
-        const auto last = static_cast<double>(all_.size() - 1);
-        return all_[static_cast<std::size_t>(last * part)];
+        const auto place = static_cast<std::size_t>(static_cast<double>(all_.size() - 1) * part);
+        const auto [first, end] = std::equal_range(all_.begin(), all_.end(), all_[place]);
+        const auto step = end == all_.end() ? 0 : *end - *first;
+        const auto before = static_cast<double>(place) - static_cast<double>(first - all_.begin());
+        const double within = (before + 0.5) / static_cast<double>(end - first) - 0.5;
+        return static_cast<double>(*first) + static_cast<double>(step) * within;
     }
 
     std::vector<long long> all_;
