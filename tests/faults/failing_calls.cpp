@@ -52,6 +52,7 @@ struct Call {
     X(getrandom, negative, false)                              \
     X(getsockname, negative, false)                            \
     X(getsockopt, negative, false)                             \
+    X(ioctl, negative, false)                                  \
     X(kill, negative, false)                                   \
     X(listen, negative, false)                                 \
     X(lseek, negative, false)                                  \
