@@ -1,28 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/command_line.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <string>
 
 #include "tools/exit_codes.h"
+#include "tools/standard_descriptors.h"
 #include "tools/visible.h"
 
 namespace korahamonctl {
 namespace {
-
-// A descriptor that the caller has closed would go to the next file or socket that is opened, and
-// what is meant for a person would be written into that. What is written here fails instead.
-void fillStandardDescriptors() {
-    int fd = 0;
-    do {
-        fd = ::open("/dev/null", O_RDONLY);  // NOLINT: what it is run with inherits this one
-    } while (fd >= 0 && fd <= STDERR_FILENO);
-    ::close(fd);
-}
 
 void addExitCodes(CLI::App& app) {
     for (CLI::App* command : app.get_subcommands({})) {
@@ -40,7 +28,7 @@ int endWith(int result, int unwritten) {
     if (std::cout) {
         return result;
     }
-    std::cerr << "korahamonctl: the output cannot be written\n";
+    std::cerr << unwrittenText;
     return result == exitFine ? unwritten : result;
 }
 

@@ -7,16 +7,14 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <ostream>
 #include <string_view>
 
-#include "tools/exit_codes.h"
 #include "tools/visible.h"
 
 namespace korahamonctl {
 namespace {
 
-// From the directory of the tool, as both are installed.
+// From the directory of the program that people start, as all are installed.
 constexpr const char* installedPlace = KORAHA_COMPANIONS;
 
 // With the slash at its end; empty when the system does not tell.
@@ -32,7 +30,7 @@ std::string ownDirectory() {
 
 }  // namespace
 
-int becomeCompanion(const std::string& name, char** argv, std::ostream& err) {
+std::string becomeCompanion(const std::string& name, char** argv) {
     const std::string directory = ownDirectory();
     std::string path = directory + name;
     if (!directory.empty()) {
@@ -42,8 +40,7 @@ int becomeCompanion(const std::string& name, char** argv, std::ostream& err) {
         path = directory + installedPlace + "/" + name;
         ::execv(path.c_str(), argv);
     }
-    err << "korahamonctl: cannot run " << visible(path) << ": " << std::strerror(errno) << '\n';
-    return exitConcern;
+    return "korahamonctl: cannot run " + visible(path) + ": " + std::strerror(errno) + "\n";
 }
 
 }  // namespace korahamonctl

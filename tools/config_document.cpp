@@ -5,18 +5,12 @@
 
 #include <exception>
 
-#include "config/number_text.h"
+#include "tools/health_reader.h"
+#include "tools/json_view.h"
 
 namespace korahamonctl {
 
 using KORA::HA::Daemon::ConfType;
-
-std::optional<double> numberIn(ConfType type, const std::string& text) {
-    if (isReal(type)) {
-        return KORA::HA::Daemon::floatFromText(text);
-    }
-    return KORA::HA::Daemon::intFromText(text);
-}
 
 std::optional<Json::Value> parseConfig(const std::string& text, std::string* problem) {
     std::string why;
@@ -36,22 +30,9 @@ std::optional<Json::Value> parseConfig(const std::string& text, std::string* pro
     return std::nullopt;
 }
 
-bool isReal(ConfType type) {
-    return type == KORA::HA::Daemon::THR_OF_HB_LATENCY ||
-           type == KORA::HA::Daemon::THR_OF_HB_PKT_DROP;
-}
-
 double settingIn(const Json::Value& document, ConfType type) {
-    const auto& [key, defaultText] = KORA::HA::Daemon::configTable().at(type);
-    const double fallback = numberIn(type, defaultText).value_or(0);
-    const Json::Value value = document.isObject() ? document[key] : Json::Value();
-    if (value.isString()) {
-        return numberIn(type, value.asString()).value_or(fallback);
-    }
-    if (!value.isNumeric() || (!isReal(type) && !value.isConvertibleTo(Json::intValue))) {
-        return fallback;
-    }
-    return isReal(type) ? value.asDouble() : value.asInt();
+    const std::string& key = KORA::HA::Daemon::configTable().at(type).first;
+    return settingFrom(configuredFrom(JsonView(document).member(key.c_str())), type);
 }
 
 }  // namespace korahamonctl

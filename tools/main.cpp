@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// What korahamonctl becomes for all that it does not answer by itself, with the same arguments.
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cmath>
@@ -201,8 +202,10 @@ void addFlush(CLI::App& app, int& result) {
 void addExporter(CLI::App& app, ExporterOptions& options, char** argv, int& result) {
     const ExporterCommands commands = addExporterCommands(app, options);
     for (CLI::App* command : {commands.metrics, commands.exporter}) {
-        command->callback(
-            [&result, argv] { result = becomeCompanion("korahamon-exporter", argv, std::cerr); });
+        command->callback([&result, argv] {
+            std::cerr << becomeCompanion("korahamon-exporter", argv);
+            result = exitConcern;
+        });
     }
 }
 

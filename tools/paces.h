@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <functional>
 #include <string>
+
+#include "config/config_table.h"
 
 namespace korahamonctl {
 
@@ -12,12 +15,12 @@ struct Paces {
     double interface = 0;  ///< the failure rate of the interface
 };
 
-/// The paces that a configuration's text gives; what it does not give, or gives as a number below
-/// zero, counts with its default.
-Paces pacesFrom(const std::string& configuration);
+/// What a configuration says, or the default where it says nothing.
+using SettingOf = std::function<double(KORA::HA::Daemon::ConfType)>;
 
-/// The same for a file; without one the defaults hold.
-Paces pacesOfFile(const std::string& path);
+/// The paces that a configuration gives; a number below zero, which would pause practically for
+/// ever and is no pace to judge by, counts as the default.
+Paces pacesBy(const SettingOf& settingOf);
 
 /// A value is stale from this age on: three times its pace (one attempt may fail and one may be
 /// late) and 5 s, what a pass over probes that all run into their bounds may take.

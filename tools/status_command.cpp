@@ -11,12 +11,13 @@
 #include <thread>
 #include <utility>
 
+#include "tools/configured_paces.h"
 #include "tools/daemon_client.h"
 #include "tools/exit_codes.h"
-#include "tools/paces.h"
-#include "tools/status_judgement.h"
+#include "tools/json_words.h"
 #include "tools/status_query.h"
 #include "tools/status_view.h"
+#include "tools/told.h"
 #include "tools/visible.h"
 #include "tools/watch/live_view.h"
 
@@ -28,9 +29,9 @@ constexpr int firstLineMs = 3000;
 constexpr int signOfLifeMs = 45'000;  // the daemon promises a line every 30 s
 
 int fail(std::ostream& err, const std::string& problem) {
-    err << "korahamonctl: the daemon does not answer: " << problem
-        << "\nIs it running? korahamonctl doctor looks for what keeps it from working.\n";
-    return exitNoAnswer;
+    const Told told = statusUntold(problem);
+    err << told.err;
+    return told.code;
 }
 
 std::string timeOfDay() {
@@ -64,12 +65,11 @@ int showStatus(const StatusOptions& options, std::ostream& out, std::ostream& er
     if (!answer.status) {
         return fail(err, answer.problem);
     }
-    if (options.json) {
-        out << visibleJson(answer.line) << '\n';
-    } else {
-        printStatus(*answer.status, paces, out);
-    }
-    return concernsIn(*answer.status, paces).empty() ? exitFine : exitConcern;
+    const HealthRecord record = recordOf(*answer.status);
+    const Told told =
+        options.json ? statusJsonTold(answer.line, record, paces) : statusTold(record, paces);
+    out << told.out;
+    return told.code;
 }
 
 int watchPair(const StatusOptions& options, std::ostream& out, std::ostream& err) {
@@ -98,7 +98,8 @@ int watchStatus(const StatusOptions& options, std::ostream& out, std::ostream& e
         if (!status) {
             return fail(err, problem);
         }
-        const std::string summary = options.json ? visibleJson(*line) : oneLine(*status, paces);
+        const std::string summary =
+            options.json ? visibleJson(*line) : oneLine(recordOf(*status), paces);
         if (options.json || summary != shown) {
             out << (options.json ? "" : timeOfDay() + "  ") << summary << std::endl;
         }

@@ -3,7 +3,6 @@
 
 #include <array>
 
-#include "tools/status_words.h"
 #include "tools/visible.h"
 
 namespace korahamonctl {
@@ -31,39 +30,29 @@ constexpr std::array<Group, 8> groups = {{
     {"netNonOkRate", true, true, nullptr},
 }};
 
-bool isValue(const Json::Value& value) {
-    return value.isBool() || value.isNumeric();
-}
-
-std::string reasonOf(const Json::Value& status, const std::string& reading) {
-    const Json::Value& reason = member(member(member(status, "readings"), reading), "reason");
-    return reason.isString() ? visible(reason.asString(), reasonLimit) : std::string();
-}
-
-void judgeGroup(const Json::Value& status, const Group& group, const Paces& paces,
+void judgeGroup(const HealthRecord& record, const Group& group, const Paces& paces,
                 std::vector<Concern>& concerns) {
-    const Json::Value& value = member(status, group.key);
-    const Knowledge knowledge = knowledgeOf(status, group.key, paces);
-    if (knowledge != Knowledge::unknown && group.alarm != nullptr && value.isBool() &&
-        value.asBool() == group.alarming) {
+    const Reading& reading = record.reading(group.key);
+    const Knowledge knowledge = knowledgeOf(reading, group.key, paces);
+    if (knowledge != Knowledge::unknown && group.alarm != nullptr &&
+        flagOf(reading) == group.alarming) {
         concerns.push_back({group.alarm, false, ""});
     }
-    const bool peerAway = member(status, "remoteAlive").isBool() && !status["remoteAlive"].asBool();
-    if (knowledge != Knowledge::known && !(group.ofPeer && peerAway)) {
+    if (knowledge != Knowledge::known && (!group.ofPeer || record.peerMayBeReached())) {
         const char* what = knowledge == Knowledge::stale ? " stale" : " unknown";
-        concerns.push_back({group.key + std::string(what), true, reasonOf(status, group.key)});
+        concerns.push_back(
+            {group.key + std::string(what), true, visible(reading.reason, reasonLimit)});
     }
 }
 
-void judgeArrays(const Json::Value& arrays, std::vector<Concern>& concerns) {
-    if (!arrays.isArray()) {
+void judgeArrays(const std::optional<Names>& arrays, std::vector<Concern>& concerns) {
+    if (!arrays) {
         concerns.push_back({"degraded arrays unknown", true, ""});
         return;
     }
-    for (const Json::Value& name : arrays) {
+    for (const auto& name : *arrays) {
         concerns.push_back(
-            {"degraded array " + (name.isString() ? visible(name.asString(), nameLimit) : "?"),
-             false, ""});
+            {"degraded array " + (name ? visible(*name, nameLimit) : "?"), false, ""});
         if (concerns.size() >= concernsLimit) {
             return;
         }
@@ -72,23 +61,20 @@ void judgeArrays(const Json::Value& arrays, std::vector<Concern>& concerns) {
 
 }  // namespace
 
-Knowledge knowledgeOf(const Json::Value& status, const std::string& reading, const Paces& paces) {
-    const Json::Value& state = member(member(status, "readings"), reading);
-    const Json::Value& valid = member(state, "valid");
-    if (!isValue(member(status, reading)) || !valid.isBool() || !valid.asBool()) {
+Knowledge knowledgeOf(const Reading& reading, const std::string& key, const Paces& paces) {
+    if (std::holds_alternative<std::monostate>(reading.value) || !reading.valid) {
         return Knowledge::unknown;
     }
-    const Json::Value& age = member(state, "ageSeconds");
-    return age.isNumeric() && age.asDouble() <= staleAfter(reading, paces) ? Knowledge::known
-                                                                           : Knowledge::stale;
+    return reading.ageSeconds && *reading.ageSeconds <= staleAfter(key, paces) ? Knowledge::known
+                                                                               : Knowledge::stale;
 }
 
-std::vector<Concern> concernsIn(const Json::Value& status, const Paces& paces) {
+std::vector<Concern> concernsIn(const HealthRecord& record, const Paces& paces) {
     std::vector<Concern> concerns;
     for (const Group& group : groups) {
-        judgeGroup(status, group, paces, concerns);
+        judgeGroup(record, group, paces, concerns);
     }
-    judgeArrays(member(status, "degradedArrays"), concerns);
+    judgeArrays(record.degradedArrays, concerns);
     return concerns;
 }
 

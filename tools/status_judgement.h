@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <json/value.h>
-
 #include <string>
 #include <vector>
 
+#include "tools/health_record.h"
 #include "tools/paces.h"
 
 namespace korahamonctl {
 
 /// What is known about one group of values in a reply.
 enum class Knowledge { known, stale, unknown };
-Knowledge knowledgeOf(const Json::Value& status, const std::string& reading, const Paces& paces);
+Knowledge knowledgeOf(const Reading& reading, const std::string& key, const Paces& paces);
 
 /// One cause for alarm, in a few words that are safe to print.
 struct Concern {
@@ -25,6 +24,6 @@ struct Concern {
 /// DRBD not connected, error handling on either node, a degraded array, and every value that is
 /// unknown or stale. Empty when all is well; a resynchronisation is well. Values that only a peer
 /// in reach can renew are not counted again while it is away.
-std::vector<Concern> concernsIn(const Json::Value& status, const Paces& paces);
+std::vector<Concern> concernsIn(const HealthRecord& record, const Paces& paces);
 
 }  // namespace korahamonctl

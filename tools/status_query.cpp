@@ -5,14 +5,13 @@
 
 #include <exception>
 #include <memory>
+#include <utility>
 
-#include "tools/daemon_client.h"
+#include "tools/daemon_query.h"
 #include "tools/visible.h"
 
 namespace korahamonctl {
 namespace {
-
-constexpr int answerTimeoutMs = 3000;
 
 std::optional<Json::Value> parseObject(const std::string& line) {
     try {
@@ -45,28 +44,16 @@ std::optional<Json::Value> parseStatus(const std::string& line, std::string& pro
 }
 
 StatusAnswer askDaemon(const std::string& socketPath, const std::string& request, int timeoutMs) {
-    StatusAnswer answer;
-    DaemonClient client(socketPath, answer.problem, timeoutMs);
-    if (!answer.problem.empty()) {
-        answer.problem = visible(socketPath) + ": " + answer.problem;
-        return answer;
+    DaemonSaid said = queryDaemon(socketPath, request, timeoutMs);
+    StatusAnswer answer{std::move(said.line), std::nullopt, std::move(said.problem)};
+    if (answer.problem.empty()) {
+        answer.status = parseStatus(answer.line, answer.problem);
     }
-    if (!client.send(R"({"request":")" + request + R"("})")) {
-        answer.problem = "it has left";
-        return answer;
-    }
-    auto line = client.receive(timeoutMs);
-    if (!line) {
-        answer.problem = "no complete reply within " + secondsText(timeoutMs);
-        return answer;
-    }
-    answer.line = std::move(*line);
-    answer.status = parseStatus(answer.line, answer.problem);
     return answer;
 }
 
 StatusAnswer askStatus(const std::string& socketPath) {
-    return askDaemon(socketPath, "status", answerTimeoutMs);
+    return askDaemon(socketPath, "status", statusTimeoutMs);
 }
 
 }  // namespace korahamonctl

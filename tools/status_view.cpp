@@ -2,8 +2,6 @@
 #include "tools/status_view.h"
 
 #include <algorithm>
-#include <iomanip>
-#include <ostream>
 
 #include "tools/status_judgement.h"
 #include "tools/status_words.h"
@@ -11,13 +9,15 @@
 namespace korahamonctl {
 namespace {
 
-std::string valueText(const Json::Value& status, const char* key, const Paces& paces,
+std::string numberText(const std::optional<double>& value, const char* form) {
+    return value ? formatted(form, *value) : std::string();
+}
+
+std::string valueText(const HealthRecord& record, const char* key, const Paces& paces,
                       const std::string& known) {
-    const Json::Value& state = member(member(status, "readings"), key);
-    const Json::Value& age = member(state, "ageSeconds");
-    const std::string aged =
-        age.isNumeric() ? formatted("  (%.0f s ago)", age.asDouble()) : std::string();
-    switch (knowledgeOf(status, key, paces)) {
+    const Reading& reading = record.reading(key);
+    const std::string aged = numberText(reading.ageSeconds, "  (%.0f s ago)");
+    switch (knowledgeOf(reading, key, paces)) {
         case Knowledge::known:
             return known + aged;
         case Knowledge::stale:
@@ -25,106 +25,107 @@ std::string valueText(const Json::Value& status, const char* key, const Paces& p
         case Knowledge::unknown:
             break;
     }
-    const std::string reason = textOf(member(state, "reason"), "");
-    const std::string last =
-        age.isNumeric() ? formatted("  (last known %.0f s ago)", age.asDouble()) : std::string();
-    return "unknown" + (reason.empty() ? "" : ": " + reason) + last;
+    const std::string reason = textOf(reading.reason, "");
+    return "unknown" + (reason.empty() ? "" : ": " + reason) +
+           numberText(reading.ageSeconds, "  (last known %.0f s ago)");
 }
 
-std::string numberText(const Json::Value& value, const char* form) {
-    return value.isNumeric() ? formatted(form, value.asDouble()) : std::string();
+std::string measureText(const HealthRecord& record, const char* key, const Paces& paces,
+                        const char* form) {
+    const double* const number = std::get_if<double>(&record.reading(key).value);
+    return valueText(record, key, paces,
+                     number != nullptr ? formatted(form, *number) : std::string());
 }
 
-void line(std::ostream& out, const std::string& label, const std::string& text) {
-    out << std::left << std::setw(20) << label << text << '\n';
+std::string line(std::string label, const std::string& text) {
+    constexpr std::size_t textColumn = 20;
+    label.resize(std::max(label.size(), textColumn), ' ');
+    return label + text + "\n";
 }
 
-void lineIfAny(std::ostream& out, const char* label, const Json::Value& list) {
-    if (hasItems(list)) {
-        line(out, label, joined(list));
+bool hasItems(const std::optional<Names>& names) {
+    return names && !names->empty();
+}
+
+std::string lineIfAny(const char* label, const std::optional<Names>& names) {
+    return hasItems(names) ? line(label, joined(*names)) : std::string();
+}
+
+std::string arraysText(const std::optional<Names>& arrays) {
+    return arrays ? lineIfAny("DEGRADED arrays", arrays) : line("degraded arrays", "unknown");
+}
+
+std::string constraintsText(const std::optional<Names>& constraints) {
+    constexpr const char* label = "no restart because";
+    if (!constraints) {
+        return line(label, "unknown");
     }
-}
-
-void printArrays(const Json::Value& arrays, std::ostream& out) {
-    if (!arrays.isArray()) {
-        line(out, "degraded arrays", "unknown");
+    std::string text;
+    for (std::size_t i = 0; i < std::min(constraints->size(), shownItems); ++i) {
+        text += line(label, textOf((*constraints)[i], "?"));
     }
-    lineIfAny(out, "DEGRADED arrays", arrays);
+    return constraints->size() > shownItems ? text + line("", moreOf(constraints->size())) : text;
 }
 
-void printRestart(const Json::Value& restart, std::ostream& out) {
-    if (!restart.isObject()) {
-        return;
+std::string restartText(const std::optional<HealthRecord::Restart>& restart) {
+    if (!restart) {
+        return {};
     }
-    const Json::Value& ago = restart["agoSeconds"];
-    line(out, "last restart",
-         textOf(restart["outcome"], "unknown") + ": " + textOf(restart["reason"], "unknown") +
-             (ago.isNumeric() ? formatted("  (%.0f s ago)", ago.asDouble()) : ""));
+    return line("last restart", textOf(restart->outcome, "unknown") + ": " +
+                                    textOf(restart->reason, "unknown") +
+                                    numberText(restart->agoSeconds, "  (%.0f s ago)"));
 }
 
-void printDaemon(const Json::Value& status, std::ostream& out) {
-    const std::string pid = numberText(member(status, "pid"), "%.0f");
-    const std::string up = numberText(member(status, "uptimeSeconds"), "%.0f s");
-    line(out, "daemon",
-         "version " + textOf(member(status, "softwareVersion"), "unknown") + ", process " +
-             (pid.empty() ? "unknown" : pid) + ", up " + (up.empty() ? "unknown" : up));
+std::string daemonText(const HealthRecord& record) {
+    const std::string pid = numberText(record.pid, "%.0f");
+    const std::string up = numberText(record.uptimeSeconds, "%.0f s");
+    return line("daemon", "version " + textOf(record.softwareVersion, "unknown") + ", process " +
+                              (pid.empty() ? "unknown" : pid) + ", up " +
+                              (up.empty() ? "unknown" : up));
 }
 
 }  // namespace
 
-void printStatus(const Json::Value& status, const Paces& paces, std::ostream& out) {
-    line(out, "this node", roleOf(status));
+std::string statusText(const HealthRecord& record, const Paces& paces) {
+    std::string text = line("this node", roleOf(record.active));
     for (const FlagWords& row : flagWords) {
-        line(out, row.label, valueText(status, row.key, paces, wordOf(row, status)));
+        text += line(row.label,
+                     valueText(record, row.key, paces, wordOf(row, record.reading(row.key))));
     }
-    line(out, "heartbeat",
-         valueText(status, "hbLatency", paces, numberText(member(status, "hbLatency"), "%.3f ms")));
-    line(out, "failed packets",
-         valueText(status, "netNonOkRate", paces,
-                   numberText(member(status, "netNonOkRate"), "%.6f of all")));
-    lineIfAny(out, "disks in EH here", member(status, "errHandlingDisks"));
-    lineIfAny(out, "disks in EH, peer", member(status, "errHandlingDisksRemote"));
-    printArrays(member(status, "degradedArrays"), out);
-    const Json::Value& constraints = member(status, "constraints");
-    if (constraints.isArray()) {
-        for (Json::ArrayIndex i = 0; i < std::min(constraints.size(), shownItems); ++i) {
-            line(out, "no restart because", textOf(constraints[i], "?"));
-        }
-        if (constraints.size() > shownItems) {
-            line(out, "", moreOf(constraints));
-        }
-    } else {
-        line(out, "no restart because", "unknown");
-    }
-    printRestart(member(status, "lastRestart"), out);
-    printDaemon(status, out);
+    text += line("heartbeat", measureText(record, "hbLatency", paces, "%.3f ms"));
+    text += line("failed packets", measureText(record, "netNonOkRate", paces, "%.6f of all"));
+    text += lineIfAny("disks in EH here", record.errHandlingDisks);
+    text += lineIfAny("disks in EH, peer", record.errHandlingDisksRemote);
+    text += arraysText(record.degradedArrays);
+    text += constraintsText(record.constraints);
+    text += restartText(record.lastRestart);
+    return text + daemonText(record);
 }
 
-std::string oneLine(const Json::Value& status, const Paces& paces) {
-    std::string text = roleOf(status);
-    const Json::Value& reached = member(status, "remoteAlive");
-    const bool away = reached.isBool() && !reached.asBool();
+std::string oneLine(const HealthRecord& record, const Paces& paces) {
+    std::string text = roleOf(record.active);
+    const bool away = !record.peerMayBeReached();
     for (const FlagWords& row : flagWords) {
         if (row.ofPeer && away) {
             continue;
         }
-        const Knowledge knowledge = knowledgeOf(status, row.key, paces);
+        const Reading& reading = record.reading(row.key);
+        const Knowledge knowledge = knowledgeOf(reading, row.key, paces);
         text += std::string("; ") + row.label + ": " +
-                (knowledge == Knowledge::unknown ? "unknown" : wordOf(row, status)) +
+                (knowledge == Knowledge::unknown ? "unknown" : wordOf(row, reading)) +
                 (knowledge == Knowledge::stale ? " (STALE)" : "");
     }
-    if (!away && knowledgeOf(status, "hbLatency", paces) == Knowledge::known) {
-        text += "; " + formatted("%.1f ms", member(status, "hbLatency").asDouble());
+    const Reading& latency = record.reading("hbLatency");
+    if (!away && knowledgeOf(latency, "hbLatency", paces) == Knowledge::known) {
+        text += "; " + formatted("%.1f ms", numberOf(latency));
     }
-    for (const char* key : {"errHandlingDisks", "errHandlingDisksRemote"}) {
-        if (hasItems(member(status, key))) {
-            text += "; " + joined(member(status, key));
+    for (const auto* const names : {&record.errHandlingDisks, &record.errHandlingDisksRemote}) {
+        if (hasItems(*names)) {
+            text += "; " + joined(**names);
         }
     }
-    if (hasItems(member(status, "degradedArrays"))) {
-        text += "; DEGRADED: " + joined(member(status, "degradedArrays"));
-    }
-    return text;
+    return hasItems(record.degradedArrays) ? text + "; DEGRADED: " + joined(*record.degradedArrays)
+                                           : text;
 }
 
 }  // namespace korahamonctl

@@ -13,42 +13,28 @@ constexpr std::size_t textLimit = 300;
 
 }  // namespace
 
-const char* wordOf(const FlagWords& flag, const Json::Value& status) {
-    return isTrue(member(status, flag.key)) ? flag.whenTrue : flag.whenFalse;
+const char* wordOf(const FlagWords& flag, const Reading& reading) {
+    return flagOf(reading).value_or(false) ? flag.whenTrue : flag.whenFalse;
 }
 
-std::string roleOf(const Json::Value& status) {
-    const Json::Value& active = member(status, "active");
-    return !active.isBool() ? "unknown" : active.asBool() ? "active" : "passive";
+std::string roleOf(const std::optional<bool>& active) {
+    return !active ? "unknown" : *active ? "active" : "passive";
 }
 
-const Json::Value& member(const Json::Value& object, const std::string& key) {
-    static const Json::Value none;
-    return object.isObject() ? object[key] : none;
+std::string textOf(const std::optional<std::string>& text, const char* otherwise) {
+    return text ? visible(*text, textLimit) : otherwise;
 }
 
-bool isTrue(const Json::Value& value) {
-    return value.isBool() && value.asBool();
-}
-
-bool hasItems(const Json::Value& list) {
-    return list.isArray() && !list.empty();
-}
-
-std::string textOf(const Json::Value& value, const char* otherwise) {
-    return value.isString() ? visible(value.asString(), textLimit) : otherwise;
-}
-
-std::string joined(const Json::Value& list) {
+std::string joined(const Names& names) {
     std::string text;
-    for (Json::ArrayIndex i = 0; i < std::min(list.size(), shownItems); ++i) {
-        text += (i == 0 ? "" : ", ") + textOf(list[i], "?");
+    for (std::size_t i = 0; i < std::min(names.size(), shownItems); ++i) {
+        text += (i == 0 ? "" : ", ") + textOf(names[i], "?");
     }
-    return list.size() <= shownItems ? text : text + ", " + moreOf(list);
+    return names.size() <= shownItems ? text : text + ", " + moreOf(names.size());
 }
 
-std::string moreOf(const Json::Value& list) {
-    return "and " + std::to_string(list.size() - shownItems) + " more";
+std::string moreOf(std::size_t items) {
+    return "and " + std::to_string(items - shownItems) + " more";
 }
 
 std::string formatted(const char* form, double value) {

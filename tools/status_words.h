@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <json/value.h>
-
 #include <array>
+#include <optional>
 #include <string>
+
+#include "tools/health_record.h"
 
 namespace korahamonctl {
 
@@ -26,23 +27,18 @@ inline constexpr std::array<FlagWords, 6> flagWords = {{
 }};
 
 /// The word for a flag's value, whether it is known or not.
-const char* wordOf(const FlagWords& flag, const Json::Value& status);
+const char* wordOf(const FlagWords& flag, const Reading& reading);
 
 /// "active", "passive" or "unknown".
-std::string roleOf(const Json::Value& status);
+std::string roleOf(const std::optional<bool>& active);
 
-// Reading what somebody else has put together: nothing is taken for granted.
-
-const Json::Value& member(const Json::Value& object, const std::string& key);
-bool isTrue(const Json::Value& value);
-bool hasItems(const Json::Value& list);
 /// A text, bounded and safe to print.
-std::string textOf(const Json::Value& value, const char* otherwise);
+std::string textOf(const std::optional<std::string>& text, const char* otherwise);
 /// The texts of a list, bounded and safe to print.
-std::string joined(const Json::Value& list);
+std::string joined(const Names& names);
 /// How many items of a list are shown; and what stands for the rest.
-inline constexpr Json::ArrayIndex shownItems = 32;
-std::string moreOf(const Json::Value& list);
+inline constexpr std::size_t shownItems = 32;
+std::string moreOf(std::size_t items);
 
 /// One number as printf would write it.
 std::string formatted(const char* form, double value);

@@ -31,7 +31,7 @@ install_missing() {
 # shellcheck disable=SC2034 # used by the scripts that source this file
 build_packages=(g++ cmake ninja-build pkg-config libboost-thread-dev libboost-chrono-dev
     libboost-system-dev libjsoncpp-dev libsodium-dev libncurses-dev libcli11-dev
-    prometheus-cpp-dev libcpp-httplib-dev libgtest-dev libgmock-dev
+    prometheus-cpp-dev libcpp-httplib-dev nlohmann-json3-dev libgtest-dev libgmock-dev
     python3 iproute2 iputils-ping util-linux procps xz-utils)
 
 # build PRESET [TARGET...]: configures once and builds; a failure shows the compiler's words.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/paces.h"
+#include "tools/configured_paces.h"
 
 #include <gtest/gtest.h>
 

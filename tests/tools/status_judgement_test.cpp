@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "records.h"
+#include "tools/configured_paces.h"
+#include "tools/json_words.h"
 
 namespace {
 

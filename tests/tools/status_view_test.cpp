@@ -4,9 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "records.h"
+#include "tools/configured_paces.h"
+#include "tools/json_words.h"
 
 namespace {
 
@@ -21,13 +21,11 @@ using ::testing::Not;
 const korahamonctl::Paces paces = korahamonctl::pacesFrom("{}");
 
 std::string shown(const Json::Value& status) {
-    std::ostringstream out;
-    korahamonctl::printStatus(status, paces, out);
-    return out.str();
+    return korahamonctl::statusText(korahamonctl::recordOf(status), paces);
 }
 
 std::string oneLine(const Json::Value& status) {
-    return korahamonctl::oneLine(status, paces);
+    return korahamonctl::oneLine(korahamonctl::recordOf(status), paces);
 }
 
 TEST(View, ShowsAValueInEachLineWithItsAge) {

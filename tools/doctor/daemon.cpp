@@ -5,9 +5,9 @@
 #include <array>
 
 #include "hasupport/io/read_file.h"
+#include "tools/configured_paces.h"
 #include "tools/doctor/finding.h"
-#include "tools/paces.h"
-#include "tools/status_judgement.h"
+#include "tools/json_words.h"
 #include "tools/visible.h"
 
 namespace korahamonctl::doctor {

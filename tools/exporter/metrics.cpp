@@ -7,7 +7,7 @@
 
 #include "tools/config_document.h"
 #include "tools/exporter/json_access.h"
-#include "tools/status_judgement.h"
+#include "tools/json_words.h"
 #include "tools/visible.h"
 
 namespace korahamonctl {

@@ -5,6 +5,7 @@
 
 #include "hasupport/io/read_file.h"
 #include "tools/config_document.h"
+#include "tools/configured_paces.h"
 
 namespace korahamonctl {
 namespace {

@@ -11,7 +11,7 @@
 #include "tools/config_document.h"
 #include "tools/exporter/heartbeat_samples.h"
 #include "tools/exporter/json_access.h"
-#include "tools/status_judgement.h"
+#include "tools/json_words.h"
 #include "tools/visible.h"
 
 namespace korahamonctl {

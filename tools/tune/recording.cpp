@@ -8,8 +8,8 @@
 #include <optional>
 #include <string_view>
 
+#include "tools/json_words.h"
 #include "tools/log_filter.h"
-#include "tools/status_words.h"
 
 namespace korahamonctl::tune {
 namespace {

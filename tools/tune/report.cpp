@@ -8,7 +8,7 @@
 #include <ostream>
 #include <string>
 
-#include "tools/status_words.h"
+#include "tools/json_words.h"
 
 namespace korahamonctl::tune {
 namespace {

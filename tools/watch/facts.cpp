@@ -2,8 +2,7 @@
 // What the daemon says about both nodes and the link between them.
 #include <algorithm>
 
-#include "tools/status_judgement.h"
-#include "tools/status_words.h"
+#include "tools/json_words.h"
 #include "tools/watch/rows.h"
 
 namespace korahamonctl::watch {

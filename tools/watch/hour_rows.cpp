@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <array>
 
-#include "tools/status_words.h"
+#include "tools/json_words.h"
 #include "tools/watch/blocks.h"
 #include "tools/watch/rows.h"
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/status_words.h"
+#include "tools/json_words.h"
 
 namespace korahamonctl::watch {
 namespace {

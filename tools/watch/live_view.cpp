@@ -11,8 +11,9 @@
 
 #include "hasupport/io/read_file.h"
 #include "tools/config_document.h"
+#include "tools/configured_paces.h"
 #include "tools/exit_codes.h"
-#include "tools/status_words.h"
+#include "tools/json_words.h"
 #include "tools/watch/daemon_feed.h"
 #include "tools/watch/log_tail.h"
 #include "tools/watch/page.h"

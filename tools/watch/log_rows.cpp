@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "tools/json_words.h"
 #include "tools/log_filter.h"
-#include "tools/status_words.h"
 #include "tools/watch/rows.h"
 
 namespace korahamonctl::watch {

@@ -6,8 +6,7 @@
 #include <cmath>
 #include <ctime>
 
-#include "tools/status_judgement.h"
-#include "tools/status_words.h"
+#include "tools/json_words.h"
 
 namespace korahamonctl::watch {
 namespace {

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/tools/records.h"
+#include "tools/configured_paces.h"
 
 namespace {
 

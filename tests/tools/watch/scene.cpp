@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "tests/tools/records.h"
+#include "tools/configured_paces.h"
 
 namespace koraha::test {
 
