@@ -20,16 +20,22 @@ sigset_t takenSet() {
     return set;
 }
 
+void doNothing(int /*signal*/) {}
+
 }  // namespace
 
 Signals::Signals() {
     const sigset_t set = takenSet();
+    struct sigaction handled {};
+    handled.sa_handler = &doNothing;
+    ::sigaction(SIGTSTP, &handled, &stopBefore_);
     ::sigprocmask(SIG_BLOCK, &set, &before_);
     fd_.reset(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 Signals::~Signals() {
     ::sigprocmask(SIG_SETMASK, &before_, nullptr);
+    ::sigaction(SIGTSTP, &stopBefore_, nullptr);
 }
 
 int Signals::next() {
@@ -40,15 +46,17 @@ int Signals::next() {
 }
 
 void Signals::obey(int signal) {
-    struct sigaction own {};
-    own.sa_handler = SIG_DFL;
-    ::sigaction(signal, &own, nullptr);
+    struct sigaction itself {};
+    struct sigaction before {};
+    itself.sa_handler = SIG_DFL;
+    ::sigaction(signal, &itself, &before);
     sigset_t only{};
     ::sigemptyset(&only);
     ::sigaddset(&only, signal);
     ::raise(signal);
     ::sigprocmask(SIG_UNBLOCK, &only, nullptr);
     ::sigprocmask(SIG_BLOCK, &only, nullptr);
+    ::sigaction(signal, &before, nullptr);
 }
 
 }  // namespace korahamonctl::watch

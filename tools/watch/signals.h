@@ -8,8 +8,9 @@
 namespace korahamonctl::watch {
 
 /// The signals that a program on a terminal gets, as something to read: none of them interrupts
-/// anything. As long as this lives they are blocked. Used by one thread, in a process of one
-/// thread.
+/// anything. As long as this lives they are blocked. SIGTSTP has a handler besides, because ncurses
+/// leaves it alone then; else it ignores it while it draws, which throws away one that waits. Used
+/// by one thread, in a process of one thread, before the terminal.
 class Signals {
   public:
     Signals();
@@ -25,6 +26,7 @@ class Signals {
 
   private:
     sigset_t before_{};
+    struct sigaction stopBefore_ {};
     KORA::HA::Daemon::support::UniqueFd fd_;
 };
 
