@@ -38,6 +38,12 @@ eventually() {
     pass "$text"
 }
 
+# found_no_memory NODE: a routine got none in the middle of its work, which ends the daemon at once, in
+# the standard library's words.
+found_no_memory() {
+    ended_with "$1" 134 && node_run "$1" grep -qF "std::bad_alloc" /run/daemon.out
+}
+
 # take_counts LOG: adds the 'N passed, N failed' that a test program closed with.
 take_counts() {
     local line

@@ -30,6 +30,8 @@ outcome() {
     if ended_with "$1" 1 && says "$1" ":462 Failed to get thread/future" &&
         says "$1" ":566 Failed to do "; then
         echo "no-threads"
+    elif found_no_memory "$1"; then
+        echo "no-memory"
     elif has_ended "$1"; then
         echo "ended with $(node_run "$1" cat /run/exit)"
     elif [ "$(locked_memory "$1")" = 0 ]; then
@@ -67,7 +69,7 @@ for limit in "${limits[@]}"; do
         *[1-9]*/unlocked)
             check "it says that the limit is too low" \
                 told "$node" "koraharemotemond:547 Memory lock failed: Cannot allocate memory" ;;
-        [1-9]*/locked | [1-9]*/no-threads) pass "with $limit KiB: $result" ;;
+        [1-9]*/locked | [1-9]*/no-threads | [1-9]*/no-memory) pass "with $limit KiB: $result" ;;
         *) fail "with $limit KiB: $result" ;;
     esac
     end_node "$node"

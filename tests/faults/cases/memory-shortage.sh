@@ -12,9 +12,6 @@ whole=$(node_run plenty awk '/^VmPeak/ { print $2 }' "/proc/$(daemon_pid plenty)
 end_node plenty
 
 ends_in_order() { ended_with "$1" 1 && says "$1" ":566 Failed to do "; }
-aborts() {
-    ended_with "$1" 134 && node_run "$1" grep -qF "std::bad_alloc" /run/daemon.out
-}
 lives() { [ -n "$(daemon_pid "$1")" ] && ! has_ended "$1"; }
 
 shortages=(700 600 500 400 300 250 200 150 100 50)
@@ -29,7 +26,7 @@ for short in "${shortages[@]}"; do
         pass "with $short of $whole KiB missing it goes on"
     elif ends_in_order "$node"; then
         pass "with $short of $whole KiB missing it ends in order"
-    elif aborts "$node"; then
+    elif found_no_memory "$node"; then
         pass "with $short of $whole KiB missing a routine finds none and ends it"
     else
         fail "with $short of $whole KiB missing: exit $(node_run "$node" cat /run/exit)"
