@@ -12,6 +12,7 @@
 #include "hasupport/io/notice.h"
 #include "hasupport/logfile/buffer_place.h"
 #include "hasupport/logfile/line_format.h"
+#include "hasupport/logfile/line_stamp.h"
 #include "hasupport/logfile/log_file.h"
 #include "hasupport/logfile/log_writer.h"
 #include "hasupport/logfile/pending_lines.h"
@@ -52,7 +53,7 @@ class DaemonLog::Impl {
                 takeBufferOnce();
             }
             const auto now = std::chrono::system_clock::now();
-            const std::string_view stamp = stamp_.at(now);
+            const support::Stamp& stamp = stamp_.at(now);
             if (isPlainLine(line)) {
                 lines_.append(stamp, line, now);
             } else {
@@ -84,14 +85,14 @@ class DaemonLog::Impl {
     }
 
   private:
-    void appendFormatted(std::string_view stamp, std::string_view line,
+    void appendFormatted(const support::Stamp& stamp, std::string_view line,
                          std::chrono::system_clock::time_point now) {
         const std::string_view begin = line.substr(0, support::lineLimit);
         scratch_.clear();
-        support::appendLogLine(scratch_, stamp, begin);
+        support::appendLogLine(scratch_, support::textOf(stamp), begin);
         support::fitLine(scratch_, support::lineLimit, line.size() - begin.size());
         scratch_.pop_back();  // its newline
-        lines_.append("", scratch_, now);
+        lines_.append(stamp, std::string_view(scratch_).substr(stamp.size()), now);
         if (scratch_.capacity() > scratchKept) {
             scratch_ = std::string();
         }

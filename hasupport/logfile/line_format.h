@@ -1,27 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <array>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace KORA::HA::Daemon::support {
-
-/// The stamp of a line: UTC time in ISO 8601 with microseconds, and a blank. Whole seconds are put
-/// into words once, however many lines they have.
-class LineStamp {
-  public:
-    std::string_view at(std::chrono::system_clock::time_point at);
-
-  private:
-    void setSecond(std::chrono::sys_seconds second);
-
-    std::chrono::system_clock::time_point second_;  // the one that `text_` tells
-    std::array<char, 29> text_{"1970-01-01T00:00:00.000000Z "};
-};
 
 /// Appends one line, ended by a newline, to `out`: the stamp and the text. Control characters
 /// become `\xNN`; one final newline is the line's own end; a newline inside becomes a newline and a

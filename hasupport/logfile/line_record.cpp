@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hasupport/logfile/line_record.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 
@@ -31,11 +32,17 @@ char* beginRecord(char* at) {
 }
 
 /// The text lies in its place.
-void finishRecord(char* at, std::uint64_t sequence, std::size_t size) {
-    const std::string_view text(at + recordHead, size);
-    const Head head{0, static_cast<std::uint32_t>(size), sequence, recordCheck(sequence, text)};
+void finishRecord(char* at, std::uint64_t sequence, std::size_t size, std::uint64_t check) {
+    const Head head{0, static_cast<std::uint32_t>(size), sequence, check};
     std::memcpy(at, &head, sizeof head);
     storeMark(at, waitingMark);
+}
+
+/// Stamp and text apart, as they come: to read them from the record, just written there in pieces
+/// of other sizes, would be to wait for it. A line's newline is not in it; there is no line
+/// without.
+std::uint64_t checkOf(std::uint64_t sequence, std::string_view stamp, std::string_view text) {
+    return checksum(text, sequence) + checksum(stamp);
 }
 
 bool isFormattedLine(std::string_view text) {
@@ -75,21 +82,24 @@ std::size_t recordSize(std::size_t textSize) {
     return (recordHead + textSize + recordAlignment - 1) / recordAlignment * recordAlignment;
 }
 
-std::uint64_t recordCheck(std::uint64_t sequence, std::string_view text) {
-    return checksum(text, sequence);
+std::uint64_t recordCheck(std::uint64_t sequence, std::string_view line) {
+    line.remove_suffix(line.empty() ? 0 : 1);
+    const std::size_t stamp = std::min(line.size(), stampBytes);
+    return checkOf(sequence, line.substr(0, stamp), line.substr(stamp));
 }
 
-void putRecord(char* at, std::uint64_t sequence, std::string_view text) {
-    std::memcpy(beginRecord(at), text.data(), text.size());
-    finishRecord(at, sequence, text.size());
+void putRecord(char* at, std::uint64_t sequence, std::string_view line) {
+    std::memcpy(beginRecord(at), line.data(), line.size());
+    finishRecord(at, sequence, line.size(), recordCheck(sequence, line));
 }
 
-void putRecord(char* at, std::uint64_t sequence, std::string_view stamp, std::string_view text) {
+void putRecord(char* at, std::uint64_t sequence, const Stamp& stamp, std::string_view text) {
     char* const line = beginRecord(at);
-    std::memcpy(line, stamp.data(), stamp.size());
-    std::memcpy(line + stamp.size(), text.data(), text.size());
-    line[stamp.size() + text.size()] = '\n';
-    finishRecord(at, sequence, stamp.size() + text.size() + 1);
+    std::memcpy(line, stamp.data(), stampBytes);
+    std::memcpy(line + stampBytes, text.data(), text.size());
+    line[stampBytes + text.size()] = '\n';
+    finishRecord(at, sequence, stampBytes + text.size() + 1,
+                 checkOf(sequence, textOf(stamp), text));
 }
 
 void retireRecord(char* at) {

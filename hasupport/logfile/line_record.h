@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "hasupport/logfile/line_stamp.h"
+
 namespace KORA::HA::Daemon::support {
 
 /// Numbers from 1 on. Nobody logs this many lines, so a larger one in a left-over buffer is damage.
@@ -33,18 +35,18 @@ struct LineRecord {
 /// Bytes that a record of so much text takes.
 std::size_t recordSize(std::size_t textSize);
 
-/// Puts a record to `at`, which is aligned and has room. It counts as a whole from one store on:
-/// a process that is killed before it leaves no record there.
-void putRecord(char* at, std::uint64_t sequence, std::string_view text);
+/// Puts a record of a whole line to `at`, which is aligned and has room. It counts as a whole from
+/// one store on: a process that is killed before it leaves no record there.
+void putRecord(char* at, std::uint64_t sequence, std::string_view line);
 
-/// The same for a text of `stamp`, `text` and a newline, which come together only there.
-void putRecord(char* at, std::uint64_t sequence, std::string_view stamp, std::string_view text);
+/// The same for a line of `stamp`, `text` and a newline, which come together only there.
+void putRecord(char* at, std::uint64_t sequence, const Stamp& stamp, std::string_view text);
 
 /// Marks the record at `at` as done with.
 void retireRecord(char* at);
 
-/// The check over a record's text, its length and its number, as it stands in the record.
-std::uint64_t recordCheck(std::uint64_t sequence, std::string_view text);
+/// The check over a record's line, its length and its number, as it stands in the record.
+std::uint64_t recordCheck(std::uint64_t sequence, std::string_view line);
 
 /// Finds the first whole record at or behind `from`, skipping what is damaged; false when there is
 /// none. A record is whole when its check fits and its text is a line as this library formats it.

@@ -45,8 +45,7 @@ void PendingLines::append(std::string_view line) {
     put(line.size(), line);
 }
 
-void PendingLines::append(std::string_view stamp, std::string_view text,
-                          WallClock::time_point now) {
+void PendingLines::append(const Stamp& stamp, std::string_view text, WallClock::time_point now) {
     if (now < seenWhole_ || now > seenWhole_ + trust) {
         abandonCutFile();
         seenWhole_ = now;
@@ -55,7 +54,7 @@ void PendingLines::append(std::string_view stamp, std::string_view text,
 }
 
 template <typename... Text>
-void PendingLines::put(std::size_t size, Text... text) {
+void PendingLines::put(std::size_t size, const Text&... text) {
     size = recordSize(size);
     char* const at = roomFor(size);
     if (at == nullptr) {

@@ -44,7 +44,7 @@ class PendingLines {
     void append(std::string_view line);
     /// The same for a line of `stamp`, `text` and a newline. A file that was seen to be whole
     /// within the last hundredth of a second before `now` is taken to be so.
-    void append(std::string_view stamp, std::string_view text, WallClock::time_point now);
+    void append(const Stamp& stamp, std::string_view text, WallClock::time_point now);
     /// Counts lines that could not even be put together.
     void lose(std::uint64_t lines);
 
@@ -90,7 +90,7 @@ class PendingLines {
     bool outlives(const Walk& walk) const;
 
     template <typename... Text>
-    void put(std::size_t size, Text... text);
+    void put(std::size_t size, const Text&... text);
     char* roomFor(std::size_t size);
     bool prepareBase();
     bool useFreeSlab(std::size_t size);

@@ -3,7 +3,6 @@
 
 #include <emmintrin.h>
 
-#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <string_view>
@@ -34,14 +33,13 @@ inline std::size_t plainLength(std::string_view text) {
         }
         return at;
     }
-    while (at < text.size()) {
-        at = std::min(at, text.size() - step);  // the last step looks at some bytes once more
-        if (const unsigned found = controlsIn(text.data() + at); found != 0) {
-            return at + static_cast<std::size_t>(std::countr_zero(found));
-        }
-        at += step;
+    const std::size_t last = text.size() - step;  // looks at some bytes once more
+    unsigned found = controlsIn(text.data());
+    while (found == 0 && at < last) {
+        at = at + step < last ? at + step : last;
+        found = controlsIn(text.data() + at);
     }
-    return at;
+    return found == 0 ? text.size() : at + static_cast<std::size_t>(std::countr_zero(found));
 }
 
 }  // namespace KORA::HA::Daemon::support

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "hasupport/logfile/line_stamp.h"
 #include "hasupport/logfile/plain_text.h"
 
 namespace KORA::HA::Daemon::support {
@@ -15,7 +16,7 @@ const system_clock::time_point someTime{std::chrono::seconds(1700000000) + micro
 
 std::string formatted(std::string_view text, system_clock::time_point at = someTime) {
     std::string line;
-    appendLogLine(line, LineStamp().at(at), text);
+    appendLogLine(line, textOf(LineStamp().at(at)), text);
     return line;
 }
 
@@ -48,11 +49,12 @@ TEST(LineFormat, FindsTheFirstControlCharacterWhereverItStands) {
 
 TEST(LineFormat, StampsTheLinesOfASecondAndOfTheNextAlike) {
     LineStamp stamps;
+    const auto stampAt = [&](auto at) { return std::string(textOf(stamps.at(at))); };
     const auto before = system_clock::time_point(std::chrono::seconds(1700000000));
-    EXPECT_EQ(stamps.at(before), "2023-11-14T22:13:20.000000Z ");
-    EXPECT_EQ(stamps.at(before + microseconds(999999)), "2023-11-14T22:13:20.999999Z ");
-    EXPECT_EQ(stamps.at(before + microseconds(1000000)), "2023-11-14T22:13:21.000000Z ");
-    EXPECT_EQ(stamps.at(before - microseconds(1)), "2023-11-14T22:13:19.999999Z ");
+    EXPECT_EQ(stampAt(before), "2023-11-14T22:13:20.000000Z ");
+    EXPECT_EQ(stampAt(before + microseconds(999999)), "2023-11-14T22:13:20.999999Z ");
+    EXPECT_EQ(stampAt(before + microseconds(1000000)), "2023-11-14T22:13:21.000000Z ");
+    EXPECT_EQ(stampAt(before - microseconds(1)), "2023-11-14T22:13:19.999999Z ");
 }
 
 TEST(LineFormat, EscapesControlCharactersAndNothingElse) {
@@ -70,7 +72,7 @@ TEST(LineFormat, LetsNoTextForgeALine) {
 
 TEST(LineFormat, AppendsToWhatIsThere) {
     std::string line = "before\n";
-    appendLogLine(line, LineStamp().at(someTime), "text");
+    appendLogLine(line, textOf(LineStamp().at(someTime)), "text");
     EXPECT_EQ(line, "before\n" + stamp + "text\n");
 }
 

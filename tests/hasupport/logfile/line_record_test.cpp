@@ -54,9 +54,10 @@ TEST_F(LineRecordTest, FindsWhatWasPut) {
 TEST_F(LineRecordTest, IsTheSameInPiecesAsInOne) {
     for (std::size_t size = 0; size < 40; ++size) {
         const std::string text(size, 't');
+        const Stamp stamp = LineStamp().at({});
         std::vector<char> pieces(memory_.size());
-        putRecord(memory_.data(), 5, "stamp " + text + "\n");
-        putRecord(pieces.data(), 5, "stamp ", text);
+        putRecord(memory_.data(), 5, std::string(textOf(stamp)) + text + "\n");
+        putRecord(pieces.data(), 5, stamp, text);
         EXPECT_EQ(memory_, pieces) << size;
     }
 }

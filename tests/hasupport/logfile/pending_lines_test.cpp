@@ -303,17 +303,17 @@ TEST_F(KeptLinesTest, GoOnInTheirOwnMemoryWhenTheFileIsCutUnderTheMap) {
 }
 
 TEST_F(KeptLinesTest, LookAtTheFileAgainWhenTheClockWentOnOrBack) {
-    constexpr std::string_view stamp = "2026-01-01T00:00:00.000000Z ";
     const PendingLines::WallClock::time_point start(std::chrono::hours(24));
+    const Stamp stamp = LineStamp().at(start);
     for (const auto step : {std::chrono::milliseconds(11), std::chrono::milliseconds(-1)}) {
         PendingLines lines(openBuffer());
         drain(lines);
         lines.append(stamp, "before", start);
-        EXPECT_EQ(drain(lines), std::string(stamp) + "before\n");
+        EXPECT_EQ(drain(lines), std::string(textOf(stamp)) + "before\n");
         ASSERT_EQ(::truncate(bufferPath().c_str(), 0), 0);
         lines.append(stamp, "after", start + step);
         EXPECT_FALSE(lines.outlives());
-        EXPECT_EQ(drain(lines), std::string(stamp) + "after\n");
+        EXPECT_EQ(drain(lines), std::string(textOf(stamp)) + "after\n");
     }
 }
 
