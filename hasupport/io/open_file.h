@@ -13,4 +13,7 @@ namespace KORA::HA::Daemon::support {
 /// interrupts it. errno tells why there is no descriptor.
 UniqueFd openFile(const std::string& path, int flags, mode_t mode = 0);
 
+/// The same as openat(2) does it: `path` begins at the directory.
+UniqueFd openFileAt(int directory, const char* path, int flags, mode_t mode = 0);
+
 }  // namespace KORA::HA::Daemon::support

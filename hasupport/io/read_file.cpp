@@ -25,8 +25,8 @@ ssize_t readSome(int fd, char* into, std::size_t size) {
 /// Where to stop reading before the file says that it is at its end.
 enum class Stop : std::uint8_t { atEnd, atNewline, atShortRead };
 
-std::optional<std::string> readFrom(const std::string& path, std::size_t limit, Stop stop) {
-    const UniqueFd fd = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+std::optional<std::string> readFrom(int directory, const char* path, std::size_t limit, Stop stop) {
+    const UniqueFd fd = openFileAt(directory, path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     if (!fd) {
         return std::nullopt;
     }
@@ -56,16 +56,20 @@ std::optional<std::string> readFrom(const std::string& path, std::size_t limit, 
 }  // namespace
 
 std::optional<std::string> readFile(const std::string& path, std::size_t limit) {
-    return readFrom(path, limit, Stop::atEnd);
+    return readFrom(AT_FDCWD, path.c_str(), limit, Stop::atEnd);
 }
 
 std::optional<std::string> readWholeRecord(const std::string& path, std::size_t limit) {
-    return readFrom(path, limit, Stop::atShortRead);
+    return readFrom(AT_FDCWD, path.c_str(), limit, Stop::atShortRead);
 }
 
 std::optional<std::string> readLine(const std::string& path) {
+    return readLineAt(AT_FDCWD, path.c_str());
+}
+
+std::optional<std::string> readLineAt(int directory, const char* path) {
     constexpr std::string_view blanks = " \t\r\n";
-    const auto text = readFrom(path, kernelFileLimit, Stop::atNewline);
+    const auto text = readFrom(directory, path, kernelFileLimit, Stop::atNewline);
     if (!text) {
         return std::nullopt;
     }

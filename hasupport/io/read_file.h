@@ -20,5 +20,7 @@ std::optional<std::string> readWholeRecord(const std::string& path, std::size_t 
 
 /// The file's first line without its line end and surrounding blanks; for one-value sysfs files.
 std::optional<std::string> readLine(const std::string& path);
+/// The same for a path that begins at the directory.
+std::optional<std::string> readLineAt(int directory, const char* path);
 
 }  // namespace KORA::HA::Daemon::support

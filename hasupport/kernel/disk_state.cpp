@@ -18,8 +18,9 @@ bool isDigits(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-std::optional<std::uint32_t> readCounter(SysfsReader& sysfs, const std::string& path) {
-    const auto line = sysfs.line(path);
+std::optional<std::uint32_t> readCounter(SysfsReader& sysfs, const UniqueFd& device,
+                                         const char* name) {
+    const auto line = sysfs.line(device, name);
     return line ? parseIoCounter(*line) : std::nullopt;
 }
 
@@ -87,27 +88,28 @@ std::string_view scsiHostOf(std::string_view devicePath) {
 
 DiskState readDiskState(const KernelRoots& roots, const std::string& name) {
     const std::string block = roots.sys + "/block/" + name;
-    const std::string device = block + "/device";
+    const std::string devicePath = block + "/device";
     SysfsReader sysfs;
+    const UniqueFd device = sysfs.directory(devicePath);
     DiskState disk;
     // The link says where among the devices the disk is, its host included.
     disk.device = linkTarget(block);
     if (disk.device.empty()) {
-        disk.device = sysfs.realPath(device);
+        disk.device = sysfs.realPath(devicePath);
     }
-    if (const auto word = sysfs.line(device + "/state")) {
+    if (const auto word = sysfs.line(device, "state")) {
         disk.handling = isHandlingState(*word);
         disk.failed = isFailedState(*word);
     } else if (name.substr(0, 4) == "nvme") {
-        takeControllers(sysfs, device, disk);
+        takeControllers(sysfs, devicePath, disk);
     }
     const std::string_view host = scsiHostOf(disk.device);
     if (!host.empty()) {
         const std::string state = roots.sys + "/class/scsi_host/" + std::string(host) + "/state";
         disk.hostRecovers = isRecoveryState(sysfs.line(state).value_or(""));
     }
-    disk.timeouts = readCounter(sysfs, device + "/iotmo_cnt");
-    disk.errors = readCounter(sysfs, device + "/ioerr_cnt");
+    disk.timeouts = readCounter(sysfs, device, "iotmo_cnt");
+    disk.errors = readCounter(sysfs, device, "ioerr_cnt");
     disk.unreadable = sysfs.error();
     return disk;
 }

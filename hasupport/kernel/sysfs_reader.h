@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "hasupport/io/unique_fd.h"
+
 namespace KORA::HA::Daemon::support {
 
 /// Reads sysfs for one question. What is absent is an answer: devices come and go, and not every
@@ -15,6 +17,10 @@ class SysfsReader {
   public:
     /// The first line of a file, without surrounding blanks.
     std::optional<std::string> line(const std::string& path);
+    /// The same for a path that begins at the directory, which may be one that could not be opened.
+    std::optional<std::string> line(const UniqueFd& directory, const char* path);
+    /// A directory for that.
+    UniqueFd directory(const std::string& path);
     /// The names in a directory that begin with `prefix`, sorted.
     std::vector<std::string> entries(const std::string& path, std::string_view prefix = {});
     /// Where a path leads with all its links followed; empty when nowhere.

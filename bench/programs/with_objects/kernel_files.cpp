@@ -136,9 +136,9 @@ void resourcesPlainly(benchmark::State& state) {
 BENCHMARK(interfacePass);
 BENCHMARK(interfacePlainly);
 BENCHMARK(diskPass)->Arg(4)->Arg(10)->Arg(100)->Arg(1000);
-BENCHMARK(disksPlainly)->Arg(100);
+BENCHMARK(disksPlainly)->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(arrayPass)->Arg(1)->Arg(8)->Arg(32)->Arg(128);
-BENCHMARK(arraysPlainly)->Arg(32);
+BENCHMARK(arraysPlainly)->Arg(8)->Arg(32)->Arg(128);
 BENCHMARK(resourcePass)->Arg(1)->Arg(8)->Arg(32)->Arg(128);
 BENCHMARK(resourcesPlainly)->Arg(32);
 
