@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstring>
 #include <string_view>
 
 namespace koraha::fuzz {
@@ -12,8 +15,9 @@ inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
 }
 
 /// Ends the program, which the fuzzer records with its input, unless `holds`.
-inline void require(bool holds) {
+inline void require(bool holds, int line = __builtin_LINE()) {
     if (!holds) {
+        std::fprintf(stderr, "line %d: does not hold; errno: %s\n", line, std::strerror(errno));
         __builtin_trap();
     }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // parser: hasupport/logfile/leftover_lines.cpp
-// parser: hasupport/logfile/line_record.cpp without putRecord retireRecord storeMark
+// parser: hasupport/logfile/line_record.cpp
 // parser: hasupport/logfile/buffer_head.cpp without begin setProgress setIssued
 #include <algorithm>
 #include <array>
@@ -11,6 +11,7 @@
 #include "hasupport/logfile/checksum.h"
 #include "hasupport/logfile/leftover_lines.h"
 #include "hasupport/logfile/line_record.h"
+#include "hasupport/logfile/plain_text.h"
 
 using namespace KORA::HA::Daemon::support;
 using koraha::fuzz::require;
@@ -99,6 +100,24 @@ void check(const Buffer& buffer) {
     }
 }
 
+/// What is put is found, and told from what is done with.
+void putAndFind(std::string_view input) {
+    std::string text(input.substr(0, 200));
+    std::replace_if(text.begin(), text.end(), isControl, '.');
+    alignas(recordAlignment) std::array<char, 256> memory{};
+    const std::string_view bytes(memory.data(), memory.size());
+    LineRecord record;
+    putRecord(memory.data(), 7, LineStamp().at({}), text);
+    require(nextRecord(bytes, 0, record) && record.waiting && record.sequence == 7);
+    const std::string line(record.text);
+    require(line.substr(stampBytes) == text + "\n");
+    retireRecord(memory.data());
+    require(nextRecord(bytes, 0, record) && !record.waiting && record.text == line);
+    putRecord(memory.data(), 8, line);
+    require(nextRecord(bytes, 0, record) && record.waiting && record.sequence == 8);
+    require(record.text == line);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -106,5 +125,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check(buffer);
     mendChecks(buffer);
     check(buffer);
+    putAndFind(koraha::fuzz::textOf(data, size));
     return 0;
 }
