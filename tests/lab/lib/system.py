@@ -8,8 +8,7 @@ from lib.machine import LabError
 from lib.pair import Node, Pair
 
 WITH = ["systemd-sysv", "udev", "dbus", "kmod", "iproute2", "iputils-ping", "procps", "e2fsprogs",
-        "drbd-utils", "mdadm", "python3-minimal", "libboost-thread1.74.0", "libboost-chrono1.74.0",
-        "libjsoncpp25", "libsodium23"]
+        "drbd-utils", "mdadm", "python3-minimal"]
 ENABLED = ["systemd-networkd", "systemd-networkd-wait-online"]
 # What a node that lives for minutes only loses time with.
 MASKED = ["serial-getty@ttyS0.service", "getty.target", "timers.target", "systemd-random-seed.service",
@@ -35,16 +34,27 @@ def run(*words, cwd=None):
     return done.stdout
 
 
-def make_root(cache):
+def dependencies(packages):
+    """What the packages depend on, but for each other; of alternatives the first."""
+    names = set()
+    for name in PACKAGES:
+        built = next(packages.glob(f"{name}_*.deb"))
+        for wanted in run("dpkg-deb", "--field", built, "Depends").split(","):
+            names.add(wanted.split()[0])
+    return sorted(names.difference(PACKAGES))
+
+
+def make_root(cache, packages):
     """A fresh system with what the packages depend on, made once; the nodes only read it."""
     root, stamp = cache / "system", cache / "system.made-with"
-    made_with = "\n".join([*WITH, *ENABLED, *MASKED, *COLDPLUG])
+    included = [*WITH, *dependencies(packages)]
+    made_with = "\n".join([*included, *ENABLED, *MASKED, *COLDPLUG])
     if stamp.exists() and stamp.read_text() == made_with:
         return root
     stamp.unlink(missing_ok=True)
     shutil.rmtree(root, ignore_errors=True)
     mirror = run("apt-get", "indextargets", "--format", "$(SITE)", "Created-By: Packages").split("\n")[0]
-    run("debootstrap", "--variant=minbase", "--include=" + ",".join(WITH), "bookworm", root, mirror)
+    run("debootstrap", "--variant=minbase", "--include=" + ",".join(included), "bookworm", root, mirror)
     run("systemctl", "--root", root, "enable", *ENABLED)
     run("systemctl", "--root", root, "mask", *MASKED)
     (root / COLDPLUG[0]).parent.mkdir()
@@ -103,7 +113,8 @@ class SystemPair(Pair):
 
     def __init__(self, paths, results):
         top = paths["guest"].parent.parent.parent
-        super().__init__({**paths, "system": make_root(paths["kernel"].parent), "build": make_packages(top)},
+        packages = make_packages(top)
+        super().__init__({**paths, "system": make_root(paths["kernel"].parent, packages), "build": packages},
                          results)
         for node in self.nodes:
             disk = node.directory / "vda"
