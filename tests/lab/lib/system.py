@@ -25,6 +25,7 @@ PACKAGES = ["libkoracore1", "libkorahadaemon1", "koraharemotemond", "korahamonct
 INSTALL = "dpkg -i " + " ".join(f"/lab/build/{name}_*.deb" for name in PACKAGES)
 UNIT = "koraharemotemond"
 LOG = "/var/log/ha/ha.daemon.log"
+BUFFER = "/run/koraha/ha.daemon.log.*.lines"
 
 
 def run(*words, cwd=None):
@@ -86,7 +87,7 @@ class SystemNode(Node):
 
     def known_lines(self):
         """Every line of the daemon log, on disk or still in the daemon's buffer."""
-        text = self.run(f"cat /run/koraha/* {LOG}* 2>/dev/null | grep -aoE "
+        text = self.run(f"cat {BUFFER} {LOG}* 2>/dev/null | grep -aoE "
                         "'[0-9]{4}-[0-9-]+T[0-9:.]+Z [^[:cntrl:]]+'", check=False)
         return set(filter(None, text.split("\n")))
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The packages under systemd: doctor is green; kill, restart, upgrade, stop, reboot lose no logged line."""
+"""The packages under systemd: doctor is green; kill, restart, upgrade, stop, reboot lose no line; removal."""
 
 import time
 
@@ -78,3 +78,6 @@ def run(pair):
     first.check_log(lines, "reboot")
     pair.note(f"reboot: {len(lines)} lines, {waiting} of them in memory alone: all on disk, once")
     first.until(WELL, "started by itself", 180)
+
+    first.run("dpkg --remove koraharemotemond; ! pgrep --exact koraharemotemon")
+    pair.note("removed: the daemon has ended")
