@@ -77,7 +77,8 @@ def run(pair):
     first.run("test -e /var/lib/stopped-in-order")
     first.check_log(lines, "reboot")
     pair.note(f"reboot: {len(lines)} lines, {waiting} of them in memory alone: all on disk, once")
-    first.until(WELL, "started by itself", 180)
+    first.status(patience=180)  # started by itself
+    first.until(WELL, "well again", 180)
 
     first.run("dpkg --remove koraharemotemond; ! pgrep --exact koraharemotemon")
     pair.note("removed: the daemon has ended")
