@@ -48,7 +48,7 @@ def losses(node):
 
 def run(pair):
     first, second = pair
-    pair.drbd_up("r0")
+    pair.drbd_up("r0", "r1")  # both are configured, and their start at boot waits for the peer
     pair.both(lambda node: node.run(DRBD_FROM_NOW_ON))
     began = time.monotonic()
     pair.set_up(SETTINGS)
