@@ -8,6 +8,7 @@ from dataclasses import dataclass
 from harness import eventually, joined_nodes, one_node
 
 from . import related
+from .machine import Failed
 from .pair import live_pair
 from .programs import cpu_ns, status_field, wake_ups
 from .related import Related
@@ -42,12 +43,20 @@ def skeleton(node):
     return Related(node, "skeleton", "/mnt/build/bin/bench_skeleton", *words, "/var/log/ha/record")
 
 
+def lives(pid):
+    """Not ended: monit takes note of what it ran only at its next cycle."""
+    try:
+        return status_field(pid, "VmRSS") > 0
+    except (Failed, FileNotFoundError):
+        return False
+
+
 def lasting(program):
-    """The program as a member, without what it runs for a moment only, as monit does."""
+    """The program as a member, without what it runs for a moment only."""
     time.sleep(1)
     seen = set(program.pids())
     time.sleep(1)
-    pids = sorted(seen.intersection(program.pids()))
+    pids = [pid for pid in program.pids() if pid in seen and lives(pid)]
     return Member(program.name, lambda: pids)
 
 

@@ -7,12 +7,12 @@ from harness import one_node
 DIRECTORY = "/mnt/build/bench-logs"
 ONE = (1, 200, 100, 2)  # threads, bursts, lines in each, milliseconds between
 EIGHT = (8, 30, 100, 5)
-STORM = (8, 4, 2000, 500)
+STORM = (8, 4, 3000, 500)
 
 SET = """Lines of 80 characters in bursts of 100 with 2 ms between, while another thread flushes
 every 5 ms to the same disk; each call is timed alone, and the two clock readings count on both
 sides. The reference is a mutex, a string and a stamp whose seconds are formatted once a second."""
-BURSTS = """Eight threads log bursts of 2,000 lines, which is more than the queue of the reference
+BURSTS = """Eight threads log bursts of 3,000 lines each, three times what the queue of the reference
 holds: spdlog's asynchronous logger with its default queue of 8,192 lines, one writing thread and
 the policy to block, so that neither side may lose a line."""
 

@@ -24,12 +24,9 @@ bool isPending(const std::string& state, const std::string& resyncStart) {
 /// Nothing when a file could not be read.
 std::optional<MdArray> readArray(const std::string& block, const std::string& name) {
     SysfsReader sysfs;
-    std::string path = block + name + "/md/";
+    const UniqueFd directory = sysfs.directory(block + name + "/md");
     // A missing file is normal: no redundancy, inactive, or the array was just stopped.
-    const auto line = [&, length = path.size()](const char* file) {
-        path.resize(length);
-        return sysfs.line(path.append(file)).value_or("");
-    };
+    const auto line = [&](const char* file) { return sysfs.line(directory, file).value_or(""); };
     const std::string state = line("array_state");
     const std::string action = line("sync_action");
     const std::string resyncStart = line("resync_start");
