@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
 #include "fuzz/fuzz_input.h"
 #include "hasupport/peer/frame.h"
+#include "hasupport/peer/own_greeting.h"
 #include "hasupport/peer/peer_connection.h"
 
 using namespace KORA::HA::Daemon::support;
@@ -44,12 +46,21 @@ PeerKeys keysOf(bool any) {
     return keys;
 }
 
-/// Sends the bytes to the server's side of an exchange, the first `front` of them at once.
-void talk(std::string_view bytes, std::size_t front, bool withKey) {
+struct Ends {
+    UniqueFd client;
+    UniqueFd server;
+};
+
+Ends joinedEnds() {
     std::array<int, 2> ends{-1, -1};
     require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) == 0);
-    UniqueFd client(ends[0]);
-    PeerConnection server(UniqueFd(ends[1]), keysOf(withKey), SteadyClock::now());
+    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
+}
+
+/// Sends the bytes to the server's side of an exchange, the first `front` of them at once.
+void talk(std::string_view bytes, std::size_t front, bool withKey) {
+    auto [client, serverEnd] = joinedEnds();
+    PeerConnection server(std::move(serverEnd), keysOf(withKey), SteadyClock::now());
     const auto answer = [&](std::string_view, bool authenticated) {
         require(!withKey && !authenticated);  // nobody guesses the authenticator
         return std::string("{}");
@@ -73,6 +84,26 @@ void talk(std::string_view bytes, std::size_t front, bool withKey) {
     require(server.done() && !server.authenticated());
 }
 
+/// Sends a greeting that ends here, and hangs up before it is answered.
+void hangUp(const std::string& greeting) {
+    auto [client, serverEnd] = joinedEnds();
+    PeerConnection server(std::move(serverEnd), keysOf(false), SteadyClock::now());
+    const auto size = static_cast<ssize_t>(greeting.size());
+    require(::send(client.get(), greeting.data(), greeting.size(), MSG_NOSIGNAL) == size);
+    client.reset();
+    server.serve([](std::string_view, bool) { return std::string(); });
+    require(server.done() && !server.authenticated());
+}
+
+void greet(std::string_view body) {
+    if (const auto hello = decodeHello(body)) {
+        const std::string greeting = encodeFrame(FrameType::hello, encodeHello(*hello));
+        hangUp(greeting);
+        const OwnGreeting own(hello->nonce);
+        talk(greeting, greeting.size(), true);
+    }
+}
+
 }  // namespace
 
 // What a peer that has proved nothing can send. The first byte says where the stream is cut.
@@ -80,6 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto text = koraha::fuzz::textOf(data, size);
     scan(text);
     decode(text);
+    greet(text);
     if (size > 0) {
         talk(text.substr(1), data[0], false);
         talk(text.substr(1), data[0], true);
