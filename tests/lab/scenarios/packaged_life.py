@@ -15,6 +15,9 @@ EVENTS = (("kill -9", f"systemctl kill --signal KILL {UNIT}; until [ $({STATE}) 
           ("restart", f"systemctl restart {UNIT}"),
           ("packages replaced", INSTALL),
           ("stop", f"systemctl stop {UNIT}"))
+METRICS = ("for i in $(seq 100); do bash -c 'exec 3<>/dev/tcp/127.0.0.1/18909 && "
+           "printf \"GET /metrics HTTP/1.0\\r\\nHost: 127.0.0.1:18909\\r\\n\\r\\n\" >&3 && cat <&3' "
+           "2>/dev/null && exit 0; sleep 0.2; done; exit 1")
 WELL = lambda s: s.get("remoteAlive") is True and s.get("drbdConnected") is True  # noqa: E731
 
 
@@ -55,6 +58,12 @@ def run(pair):
     points = pair.both(green)
     pair.both(lambda node: await_flag(node, "-e"))
     pair.note(f"installed, set up, started and green in {time.monotonic() - began:.0f} s; doctor: {points[0]}")
+
+    first.run("systemctl start korahamonctl-exporter")
+    metrics = first.run(METRICS)
+    assert "\nkoraha_peer_alive 1\n" in metrics.replace("\r", ""), metrics
+    owner = first.run("stat -c %U /proc/$(systemctl show --property MainPID --value korahamonctl-exporter)")
+    pair.note(f"exporter: {metrics.count(chr(10))} lines of metrics, served by {owner.strip()}")
 
     for event, command in EVENTS:
         lines, pid, lost = say_something(first, second), first.pid(), losses(second)
