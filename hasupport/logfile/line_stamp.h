@@ -17,10 +17,11 @@ inline std::string_view textOf(const Stamp& stamp) {
 }
 
 /// The stamp of a line: UTC time in ISO 8601 with microseconds, and a blank. Whole seconds are put
-/// into words once, however many lines they have.
+/// into words once, however many lines they have. One thread.
 class LineStamp {
   public:
     LineStamp();
+    /// Good until the next call.
     const Stamp& at(std::chrono::system_clock::time_point at);
 
   private:
