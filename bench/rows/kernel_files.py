@@ -14,9 +14,9 @@ PARSED = """As above: /proc/drbd of so many resources. The reference reads the o
 lies on tmpfs, so that the kernel has none of its work of making the text, and what is left to
 compare with is small."""
 GROWTH = """The cost of one more item between the second and the third size, against the cost of one
-more between the first and the second: 1 means that the cost grows linearly. The reference is the
-growth of plain reading: the more files there are, the fewer of the kernel's own records of them are
-in the processor's caches."""
+more between the first and the second: 1 means that the cost grows linearly. The reference, where there
+are files for each item, is the growth of plain reading: the more files there are, the fewer of the
+kernel's own records of them are in the processor's caches."""
 REPETITIONS = 7
 
 PLAIN = (
