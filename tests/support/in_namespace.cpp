@@ -13,6 +13,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -56,6 +57,22 @@ void runInChild(const std::function<void()>& body) {
     EXPECT_EQ(WEXITSTATUS(status), 0) << "see the failures above";
 }
 
+constexpr std::uint64_t capability(unsigned number) {
+    return std::uint64_t{1} << number;
+}
+
+void keepCapabilities(std::uint64_t kept) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    std::array<__user_cap_data_struct, 2> sets{};
+    ASSERT_EQ(::syscall(SYS_capget, &header, sets.data()), 0);
+    for (std::size_t half = 0; half < sets.size(); ++half) {
+        const auto mask = static_cast<std::uint32_t>(kept >> (32 * half));
+        sets[half].effective &= mask;
+        sets[half].permitted &= mask;
+    }
+    ASSERT_EQ(::syscall(SYS_capset, &header, sets.data()), 0);
+}
+
 }  // namespace
 
 void command(const std::string& line) {
@@ -64,12 +81,12 @@ void command(const std::string& line) {
 }
 
 void giveUpRawSockets() {
-    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-    std::array<__user_cap_data_struct, 2> sets{};
-    ASSERT_EQ(::syscall(SYS_capget, &header, sets.data()), 0);
-    sets[0].effective &= ~(1U << unsigned{CAP_NET_RAW});
-    sets[0].permitted &= ~(1U << unsigned{CAP_NET_RAW});
-    ASSERT_EQ(::syscall(SYS_capset, &header, sets.data()), 0);
+    keepCapabilities(~capability(CAP_NET_RAW));
+}
+
+void keepCapabilitiesOfTheUnit() {
+    keepCapabilities(capability(CAP_NET_RAW) | capability(CAP_SYS_BOOT) |
+                     capability(CAP_NET_ADMIN));
 }
 
 void onRoutineStack(const std::function<void()>& body) {

@@ -23,6 +23,9 @@ void command(const std::string& line);
 /// Takes CAP_NET_RAW from this thread. For use inside inOwnNetwork.
 void giveUpRawSockets();
 
+/// Leaves this thread no capability but those that the daemon's unit grants.
+void keepCapabilitiesOfTheUnit();
+
 /// Runs `body` on a thread with the stack that the daemon's routines have.
 void onRoutineStack(const std::function<void()>& body);
 

@@ -5,10 +5,13 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <deque>
 #include <mutex>
+
+#include "tests/support/failing_memory.h"
 
 namespace koraha::test {
 namespace {
@@ -16,6 +19,7 @@ namespace {
 constexpr std::size_t lineLimit = 10'000;
 
 struct Lines {
+    std::atomic<unsigned> waiting{0};
     std::mutex mutex;
     std::deque<std::string> kept;
 };
@@ -29,7 +33,10 @@ Lines& lines() {
 void keep(const char* format, va_list arguments) {
     std::array<char, 2048> text{};
     (void)std::vsnprintf(text.data(), text.size(), format, arguments);
+    const AllocationsAside ours;
+    ++lines().waiting;
     const std::lock_guard lock(lines().mutex);
+    --lines().waiting;
     lines().kept.emplace_back(text.data());
     if (lines().kept.size() > lineLimit) {
         lines().kept.pop_front();
@@ -53,6 +60,12 @@ std::size_t timesTold(const std::string& text) {
 void forgetTold() {
     const std::lock_guard lock(lines().mutex);
     lines().kept.clear();
+}
+
+StuckSystemLog::StuckSystemLog() : held_(lines().mutex) {}
+
+bool StuckSystemLog::isWaitedFor() const {
+    return held_.owns_lock() && lines().waiting > 0;
 }
 
 }  // namespace koraha::test

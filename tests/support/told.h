@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -12,5 +13,16 @@ std::vector<std::string> told();
 /// How many of them contain `text`.
 std::size_t timesTold(const std::string& text);
 void forgetTold();
+
+/// The system logger is stuck: who tells it something waits until this goes.
+class StuckSystemLog {
+  public:
+    StuckSystemLog();
+    /// Whether someone waits for it.
+    bool isWaitedFor() const;
+
+  private:
+    std::unique_lock<std::mutex> held_;
+};
 
 }  // namespace koraha::test
