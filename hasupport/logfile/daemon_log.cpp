@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hasupport/daemon_log.h"
 
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <exception>
@@ -81,7 +82,15 @@ class DaemonLog::Impl {
     bool rotate() {
         const std::lock_guard fileLock(fileMutex_);
         support::LogWriter(file_, lines_, linesMutex_).settle();
-        return file_.rotate();
+        if (file_.rotate()) {
+            unrotated_.clear("a log can be rotated again: " + file_.path());
+            return true;
+        }
+        if (const int error = errno; error != ENOENT) {
+            unrotated_.raise("a log cannot be rotated: " + file_.path() +
+                             " or one of its .1 to .5: " + std::strerror(error));
+        }
+        return false;
     }
 
   private:
@@ -155,6 +164,7 @@ class DaemonLog::Impl {
     support::LogFile file_;
     std::mutex fileMutex_;  // one flush or rotation at a time; never held by set
     support::Notice failure_;
+    support::Notice unrotated_;
     support::Notice unprotected_;
 
     std::mutex linesMutex_;  // guards what follows; held for a copy, never for a disk
@@ -177,7 +187,11 @@ DaemonLog::~DaemonLog() {
 void DaemonLog::set(const std::string& line) {
     impl_->set(line);
 }
-bool DaemonLog::writeLogToDisk() try { return impl_->write(); } catch (const std::exception&) {
+bool DaemonLog::writeLogToDisk() try {
+    const bool good = impl_->write();
+    support::tellFlushed();
+    return good;
+} catch (const std::exception&) {
     return false;  // out of memory: the lines keep waiting
 }
 std::int64_t DaemonLog::size() const {

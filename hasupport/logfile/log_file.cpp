@@ -38,9 +38,24 @@ OpenLogFile openRegular(const std::string& path, int flags) {
     return {std::move(owned), 0};
 }
 
-bool exists(const std::string& path) {
+/// What cannot be looked at may be there.
+bool isAbsent(const std::string& path) {
     struct stat info {};
-    return ::lstat(path.c_str(), &info) == 0;
+    return ::lstat(path.c_str(), &info) != 0 && errno == ENOENT;
+}
+
+/// `error` says why where that cannot be told.
+bool isMarked(const std::string& path, const FileMark& mark, int& error) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) {
+        error = errno == ENOENT ? error : errno;
+        return false;
+    }
+    return S_ISREG(info.st_mode) && info.st_dev == mark.device && info.st_ino == mark.inode;
+}
+
+bool move(const std::string& from, const std::string& to) {
+    return std::rename(from.c_str(), to.c_str()) == 0;
 }
 
 }  // namespace
@@ -61,21 +76,22 @@ OpenLogFile LogFile::openToAppend() const {
     return opened;
 }
 
+// Another file than the one that was marked may be of any kind, and need not let itself be opened.
 OpenLogFile LogFile::openMarked(const FileMark& mark) const {
     int error = ENOENT;
     for (int number = 0; number <= keptFiles; ++number) {
-        auto opened = openRegular(numbered(number), O_RDWR);
+        const std::string path = numbered(number);
+        if (!isMarked(path, mark, error)) {
+            continue;
+        }
+        auto opened = openRegular(path, O_RDWR);
         const auto found = opened.error() == 0 ? opened.mark() : std::nullopt;
         if (found && found->device == mark.device && found->inode == mark.inode) {
             return opened;
         }
-        // What stands there but cannot be read may be the one.
-        const int notIt[] = {0, ENOENT, EINVAL, ELOOP, EISDIR, ENXIO};
-        bool mayBeIt = true;
-        for (const int each : notIt) {
-            mayBeIt = mayBeIt && opened.error() != each;
-        }
-        error = mayBeIt ? opened.error() : error;
+        // What was renamed meanwhile has a higher number now.
+        const bool isElsewhere = opened.error() == 0 || opened.error() == ENOENT;
+        error = isElsewhere ? error : opened.error();
     }
     return {UniqueFd(), error};
 }
@@ -85,16 +101,19 @@ std::int64_t LogFile::size() const {
     return ::stat(path_.c_str(), &info) == 0 ? info.st_size : 0;
 }
 
-// Shifts up to the first free number only: a rotation that was interrupted left one.
+// Shifts up to the first free number only: a rotation that was interrupted left one. What cannot be
+// moved away ends it, since the next one would be moved over it.
 bool LogFile::rotate() const {
     int last = 1;
-    while (last < keptFiles && exists(numbered(last))) {
+    while (last < keptFiles && !isAbsent(numbered(last))) {
         ++last;
     }
     for (int number = last - 1; number >= 1; --number) {
-        std::rename(numbered(number).c_str(), numbered(number + 1).c_str());
+        if (!move(numbered(number), numbered(number + 1)) && errno != ENOENT) {
+            return false;
+        }
     }
-    return std::rename(path_.c_str(), numbered(1).c_str()) == 0;
+    return move(path_, numbered(1));
 }
 
 }  // namespace KORA::HA::Daemon::support

@@ -50,15 +50,15 @@ class LogFile {
     /// they are missing.
     OpenLogFile openToAppend() const;
 
-    /// Opens the file that a mark was made in, under whatever name it has after rotations. Error
-    /// ENOENT: it has none any more.
+    /// Opens the file that a mark was made in, under whatever name it has after rotations, and no
+    /// other. Error ENOENT: it has none any more.
     OpenLogFile openMarked(const FileMark& mark) const;
 
     /// Bytes in the file; 0 when there is none.
     std::int64_t size() const;
 
     /// FILE.4 becomes FILE.5, ... and FILE becomes FILE.1; interrupted anywhere, no file but the
-    /// oldest is lost. False when FILE could not be renamed.
+    /// oldest is lost. False, and errno says why, when FILE or one of them could not be renamed.
     bool rotate() const;
 
     const std::string& path() const { return path_; }

@@ -11,6 +11,7 @@ namespace {
 // Constant-initialised: logs are made before main.
 constinit std::atomic<DaemonLog*> theRecordLog{nullptr};
 constinit std::atomic<DaemonLog*> theMessageLog{nullptr};
+constinit std::atomic<void (*)()> workAfterFlush{nullptr};
 
 }  // namespace
 
@@ -19,6 +20,16 @@ DaemonLog* recordLog() {
 }
 DaemonLog* messageLog() {
     return theMessageLog;
+}
+
+void doAfterFlush(void (*work)()) {
+    workAfterFlush = work;
+}
+
+void tellFlushed() {
+    if (void (*const work)() = workAfterFlush) {
+        work();
+    }
 }
 
 void enlist(DaemonLog* log, const std::string& fileName) {

@@ -11,6 +11,7 @@
 
 #include "log_places.h"
 #include "tests/support/small_stack.h"
+#include "tests/support/told.h"
 
 namespace KORA::HA::Daemon {
 namespace {
@@ -68,6 +69,26 @@ TEST_F(DaemonLogTest, RotatesAndStartsAfresh) {
     EXPECT_TRUE(log->writeLogToDisk());
     EXPECT_THAT(lines("test.log.1"), ElementsAre("old"));
     EXPECT_THAT(lines(), ElementsAre("new"));
+}
+
+TEST_F(DaemonLogTest, SaysOnceThatItCannotBeRotatedAndOnceThatItCanAgain) {
+    const auto log = makeLog();
+    log->set("one");
+    EXPECT_TRUE(log->writeLogToDisk());
+    const std::string path = logDirectory() + "/test.log";
+    for (const char* const number : {"1", "2", "3", "5"}) {
+        scratch_.write(std::string("log/test.log.") + number, number);
+    }
+    ASSERT_EQ(::mkdir((path + ".4").c_str(), 0700), 0);
+    koraha::test::forgetTold();
+    for (int pass = 0; pass < 3; ++pass) {
+        EXPECT_FALSE(log->rotate());
+    }
+    EXPECT_EQ(koraha::test::timesTold("a log cannot be rotated: " + path + " or one of its"), 1U);
+    ASSERT_EQ(::rmdir((path + ".4").c_str()), 0);
+    EXPECT_TRUE(log->rotate());
+    EXPECT_EQ(koraha::test::timesTold("a log can be rotated again: " + path), 1U);
+    EXPECT_EQ(koraha::test::told().size(), 2U);
 }
 
 TEST_F(DaemonLogTest, TakesTextsOfAnyKind) {

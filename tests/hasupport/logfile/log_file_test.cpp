@@ -3,11 +3,13 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 
+#include "tests/support/in_namespace.h"
 #include "tests/support/scratch_dir.h"
 
 namespace KORA::HA::Daemon::support {
@@ -99,6 +101,46 @@ TEST_F(LogFileTest, ShiftsNoFurtherThanToAFreeNumber) {
     EXPECT_EQ(read(".3"), "2");
     EXPECT_EQ(read(".4"), "4");
     EXPECT_EQ(read(".5"), "5");
+}
+
+// Whatever stands in the way of a rotation, what was rotated before stays as it is.
+TEST_F(LogFileTest, OverwritesNothingWhereADirectoryIsInTheWay) {
+    append("new");
+    for (const char* const number : {"1", "2", "3", "5"}) {
+        scratch_.write(std::string("log/test.log.") + number, number);
+    }
+    const std::string directory = path() + ".4";
+    ASSERT_EQ(::mkdir(directory.c_str(), 0700), 0);
+    for (int pass = 0; pass < 2; ++pass) {
+        errno = 0;
+        EXPECT_FALSE(file_.rotate());
+        EXPECT_EQ(errno, ENOTDIR);
+        EXPECT_EQ(read(), "new");
+        for (const char* const number : {"1", "2", "3", "5"}) {
+            EXPECT_EQ(read(std::string(".") + number), number);
+        }
+    }
+    ASSERT_EQ(::rmdir(directory.c_str()), 0);
+    EXPECT_TRUE(file_.rotate());
+    EXPECT_EQ(read(".1") + read(".2") + read(".3") + read(".4") + read(".5"), "new1235");
+}
+
+TEST_F(LogFileTest, OverwritesNothingWhereARotatedOneCannotBeMoved) {
+    koraha::test::inOwnMounts([this] {
+        append("new");
+        for (const char* const number : {"1", "2"}) {
+            scratch_.write(std::string("log/test.log.") + number, number);
+        }
+        const std::string stuck =
+            path() + ".2";  // a place where something is mounted keeps its name
+        ASSERT_EQ(::mount(stuck.c_str(), stuck.c_str(), nullptr, MS_BIND, nullptr), 0);
+        EXPECT_FALSE(file_.rotate());
+        EXPECT_EQ(read() + read(".1") + read(".2"), "new12");
+        EXPECT_FALSE(exists(".3"));
+        ASSERT_EQ(::umount(stuck.c_str()), 0);
+        EXPECT_TRUE(file_.rotate());
+        EXPECT_EQ(read(".1") + read(".2") + read(".3"), "new12");
+    });
 }
 
 TEST_F(LogFileTest, FindsTheFileOfAMarkUnderItsLaterNames) {

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hasupport/logfile/log_writer.h"
 
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <mutex>
+#include <utility>
 
 #include "log_places.h"
+#include "tests/support/in_namespace.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -119,6 +123,50 @@ TEST_F(LogWriterTest, IsNotMisledByWhatStandsUnderARotatedName) {
     ASSERT_EQ(::rename(path.c_str(), (path + ".4").c_str()), 0);
     EXPECT_EQ(write(), 0);
     EXPECT_EQ(text("test.log.4") + text(), allLines_);
+}
+
+/// A file that can be seen and not be opened to write, nor moved, while this lives: what an
+/// immutable one is, where the file system knows of none.
+class Unwritable {
+  public:
+    explicit Unwritable(std::string path) : path_(std::move(path)) {
+        EXPECT_EQ(::mount(path_.c_str(), path_.c_str(), nullptr, MS_BIND, nullptr), 0);
+        EXPECT_EQ(::mount("none", path_.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, ""), 0);
+    }
+    ~Unwritable() { ::umount(path_.c_str()); }
+    Unwritable(const Unwritable&) = delete;
+    Unwritable& operator=(const Unwritable&) = delete;
+
+  private:
+    std::string path_;
+};
+
+TEST_F(LogWriterTest, IsNotStoppedByARotatedFileThatCannotBeOpened) {
+    koraha::test::inOwnMounts([this] {
+        leaveBatch();
+        const std::string path = logDirectory() + "/test.log";
+        ASSERT_EQ(::rename(path.c_str(), scratch_.path("kept").c_str()), 0);
+        scratch_.write("log/test.log.2", "older\n");
+        const Unwritable older(path + ".2");
+        EXPECT_EQ(write(), 0);
+        EXPECT_EQ(text(), allLines_);
+        EXPECT_EQ(text("test.log.2"), "older\n");
+    });
+}
+
+TEST_F(LogWriterTest, WaitsWhileTheFileOfTheBatchItselfCannotBeOpened) {
+    koraha::test::inOwnMounts([this] {
+        const std::string batch = leaveBatch();
+        addToFile(batch.substr(0, line(1).size()));
+        ASSERT_TRUE(file_.rotate());
+        {
+            const Unwritable marked(logDirectory() + "/test.log.1");
+            EXPECT_EQ(write(), EROFS);
+            EXPECT_EQ(file_.size(), 0);
+        }
+        EXPECT_EQ(write(), 0);
+        EXPECT_EQ(text("test.log.1") + text(), allLines_);
+    });
 }
 
 TEST_F(LogWriterTest, FindsABatchAgainThatTellsOfLostLines) {
