@@ -16,7 +16,7 @@
 #include "hasupport/io/notice.h"
 #include "hasupport/peer/peer_client.h"
 #include "hasupport/peer/restart_duty.h"
-#include "hasupport/peer/restart_record.h"
+#include "hasupport/peer/restart_progress.h"
 #include "hasupport/peer/restart_stamp.h"
 #include "hasupport/settings/support_settings.h"
 #include "hasupport/status/history.h"
@@ -120,12 +120,11 @@ bool restartPeer(Status& status) {
     }
     const std::string reason = reasonFrom(status);
     RestartStamp stamp = RestartStamp::now(reason, "requested");
-    if (!writeStamp(askedStampPath(), stamp)) {
+    if (!noteRestartAsked(stamp)) {
         return refrain("the stamp of the restart cannot be written");
     }
     stamp.outcome = carryOut(reason);
-    writeStamp(askedStampPath(), stamp);
-    expectRestartProgress();
+    noteRestartOutcome(stamp);
     notify("restart of the peer: " + stamp.outcome);
     noteEvent("restart of the peer: " + stamp.outcome);
     return stamp.outcome == accepted;

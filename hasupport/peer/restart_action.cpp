@@ -5,8 +5,8 @@
 #include <sys/reboot.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
+#include <cstring>
 #include <vector>
 
 #include "hasupport/core/exec_options.h"
@@ -41,7 +41,11 @@ bool startProgram(const std::vector<std::string>& words) {
     }
     arguments.push_back(nullptr);
     pid_t child = -1;
-    return spawnProgram(words.front().c_str(), execAllOptions, arguments.data(), child) == 0;
+    const int error = spawnProgram(words.front().c_str(), execAllOptions, arguments.data(), child);
+    if (error != 0) {
+        notify(words.front() + " cannot be started: " + std::strerror(error));
+    }
+    return error == 0;
 }
 
 class SystemRestart : public RestartAction {

@@ -2,9 +2,11 @@
 #include "hasupport/peer/restart_duty.h"
 
 #include <algorithm>
+#include <chrono>
 #include <mutex>
 
 #include "hasupport/io/boot_identity.h"
+#include "hasupport/io/deadline.h"
 #include "hasupport/io/notice.h"
 #include "hasupport/io/telling_rate.h"
 #include "hasupport/logfile/registry.h"
@@ -17,6 +19,7 @@ namespace {
 
 constexpr std::chrono::minutes obeyPause{10};
 constexpr std::chrono::seconds crossing{30};  // a request of ours may still be on its way
+constexpr std::chrono::seconds patience{1};   // of the peer; what comes later nobody waits for
 
 constexpr std::size_t reasonLimit = 400;  // a line of the kernel log holds less than 1,000
 
@@ -48,6 +51,7 @@ RestartVerdict inability(const std::string& reason) {
 
 /// Arms before it writes: where the disk of the stamp hangs, the machine restarts all the same.
 RestartVerdict decide(const std::string& why, bool& armed) {
+    const SteadyClock::time_point began = SteadyClock::now();
     const std::lock_guard lock(decision());
     const StampFile asked = readStamp(askedStampPath());
     if (AskingForRestart::now() || (asked.stamp && asked.stamp->age() < crossing)) {
@@ -63,9 +67,14 @@ RestartVerdict decide(const std::string& why, bool& armed) {
     if (last.stamp && last.stamp->age() < obeyPause) {
         return refusal("this node restarted at the peer's request less than 10 minutes ago");
     }
+    if (SteadyClock::now() - began >= patience) {
+        return inability("it took too long to read when this node last restarted");
+    }
     armed = restartAction().armForced();
-    if (!writeStamp(obeyedStampPath(), RestartStamp::now(why, "obeyed"))) {
+    const RestartStamp stamp = RestartStamp::now(why, "obeyed");
+    if (!writeStamp(obeyedStampPath(), stamp)) {
         restartAction().disarm();
+        withdrawStamp(obeyedStampPath(), stamp);  // nothing was obeyed
         return inability("the stamp of the restart cannot be written");
     }
     return {true, {}, false};

@@ -15,9 +15,10 @@ struct RestartVerdict {
 };
 
 /// The peer asks for this node's restart: refused within 10 minutes of the last one obeyed, and
-/// while this node itself asks for the peer's. Else the forced restart is armed, the reason left
-/// where it lasts, and the orderly restart started. Blocks for as long as the disk takes that the
-/// stamp is synced to; then it is armed already. Any thread; one at a time decides.
+/// while this node itself asks for the peer's, or when a disk took so long to tell which that the
+/// peer no longer waits. Else the forced restart is armed, the reason left where it lasts, and the
+/// orderly restart started. Blocks for as long as the disk takes that the stamp is read from and
+/// synced to; when it is synced, the restart is armed already. Any thread; one at a time decides.
 RestartVerdict obeyRestart(const std::string& why);
 
 /// Writes the daemon log to disk if `obeyRestart` has put something there. To be called once the

@@ -83,6 +83,13 @@ bool writeStamp(const std::string& path, const RestartStamp& stamp) {
            syncDirectoryOf(path);
 }
 
+void withdrawStamp(const std::string& path, const RestartStamp& stamp) {
+    const auto there = readStamp(path).stamp;
+    if (there && stampText(*there) == stampText(stamp)) {
+        removeStamp(path);
+    }
+}
+
 bool removeStamp(const std::string& path) {
     return ::unlink(path.c_str()) == 0 && syncDirectoryOf(path);
 }

@@ -40,8 +40,12 @@ struct StampFile {
 };
 StampFile readStamp(const std::string& path);
 
-/// Replaces the file at once and as a whole, and has it on the disk when it returns true.
+/// Replaces the file at once and as a whole, and has it on the disk when it returns true. Else the
+/// file may be there all the same: see `withdrawStamp`.
 bool writeStamp(const std::string& path, const RestartStamp& stamp);
+
+/// Takes back a stamp that `writeStamp` could not write for sure; an older one stays.
+void withdrawStamp(const std::string& path, const RestartStamp& stamp);
 
 /// Takes a stamp back; false when it stays.
 bool removeStamp(const std::string& path);

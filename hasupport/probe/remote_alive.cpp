@@ -4,7 +4,7 @@
 
 #include "hasupport/io/notice.h"
 #include "hasupport/net/echo_session.h"
-#include "hasupport/peer/restart_record.h"
+#include "hasupport/peer/restart_progress.h"
 #include "hasupport/remote_probes.h"
 #include "hasupport/settings/link_addresses.h"
 #include "hasupport/status/flag_changes.h"

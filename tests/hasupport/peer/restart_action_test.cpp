@@ -53,6 +53,9 @@ TEST(CommandRestart, ThatCannotBeStartedIsARefusal) {
     whereNothingLasts([](PeerLink& link) {
         link.settings.orderlyCommand = {link.path("no such command")};
         EXPECT_FALSE(restartAction().startOrderly());
+        EXPECT_EQ(koraha::test::timesTold(link.path("no such command") +
+                                          " cannot be started: No such file or directory"),
+                  1U);
         const RestartVerdict verdict = obeyRestart("test");
         EXPECT_FALSE(verdict.accepted);
         EXPECT_TRUE(verdict.unable);

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "hasupport/daemon_log.h"
@@ -13,6 +15,8 @@
 #include "hasupport/peer/restart_stamp.h"
 #include "peer_link.h"
 #include "recorded_restart.h"
+#include "tests/support/during_fstat.h"
+#include "tests/support/failing_sync.h"
 #include "tests/support/told.h"
 
 namespace KORA::HA::Daemon::support {
@@ -153,6 +157,27 @@ TEST_F(RestartDuty, IsRefusedWhenItsStampCannotBeWritten) {
     link_.settings.stampDirectory = link_.path("no/such/directory");
     expectRefused("the stamp of the restart cannot be written", true);
     EXPECT_EQ(restart_.calls, (Calls{"arm", "disarm"}));
+}
+
+// The stamp is in its place, but whether it lasts nobody knows.
+TEST_F(RestartDuty, IsForgottenWhenItsStampCannotBeSynced) {
+    {
+        const koraha::test::FailingDirectorySync sick;
+        expectRefused("the stamp of the restart cannot be written", true);
+        EXPECT_EQ(restart_.calls, (Calls{"arm", "disarm"}));
+        EXPECT_FALSE(readStamp(obeyedStampPath()).stamp);
+        EXPECT_FALSE(isAboutToRestart());
+        EXPECT_TRUE(obeyRestart("once more").unable) << "nothing counts as obeyed";
+    }
+    EXPECT_TRUE(obeyRestart("again").accepted);
+}
+
+TEST_F(RestartDuty, IsRefusedWhenADiskTookLongerToTellThanThePeerWaits) {
+    stampLongAgo(obeyedStampPath(), 3600);
+    koraha::test::duringNextFstat([] { std::this_thread::sleep_for(std::chrono::seconds(1)); });
+    expectRefused("it took too long to read when this node last restarted", true);
+    EXPECT_EQ(restart_.calls, Calls{});
+    EXPECT_TRUE(obeyRestart("asked anew").accepted);
 }
 
 TEST_F(RestartDuty, IsDoneWithEitherMeansOfTwo) {

@@ -24,16 +24,14 @@ class RestartRecordTest : public testing::Test {
         if (::geteuid() != 0) {
             GTEST_SKIP() << "only root's stamps are believed";
         }
-        expectRestartProgress();
     }
 
-    void ask(const std::string& outcome) {
+    static void ask(const std::string& outcome) {
         ASSERT_TRUE(writeStamp(askedStampPath(), RestartStamp::now("sda failed", outcome)));
-        expectRestartProgress();
     }
 
     /// As if the restart had been asked for that long ago, in an earlier boot.
-    void askLongAgo(seconds ago) {
+    static void askLongAgo(seconds ago) {
         RestartStamp stamp = RestartStamp::now("sda failed", "accepted");
         stamp.bootId = "another";
         stamp.wallSeconds -= ago.count();
@@ -51,9 +49,6 @@ class RestartRecordTest : public testing::Test {
 TEST_F(RestartRecordTest, IsNothingBeforeTheFirstRestart) {
     EXPECT_FALSE(lastRestart());
     EXPECT_FALSE(restartAskedWithin(15min));
-    noteRestartProgress(true);
-    noteRestartProgress(false);
-    EXPECT_FALSE(lastRestart());
 }
 
 TEST_F(RestartRecordTest, TellsTheRestart) {
@@ -66,41 +61,6 @@ TEST_F(RestartRecordTest, TellsTheRestart) {
     EXPECT_LE(record->askedAt, std::chrono::system_clock::now());
     EXPECT_FALSE(record->leftAt);
     EXPECT_FALSE(record->backAt);
-}
-
-TEST_F(RestartRecordTest, FollowsThePeerDownAndUp) {
-    ask("accepted");
-    noteRestartProgress(true);
-    EXPECT_EQ(lastRestart()->outcome, "accepted");
-    noteRestartProgress(false);
-    EXPECT_EQ(lastRestart()->outcome, "left");
-    EXPECT_TRUE(lastRestart()->leftAt);
-    EXPECT_FALSE(lastRestart()->backAt);
-    noteRestartProgress(false);
-    noteRestartProgress(true);
-    EXPECT_EQ(lastRestart()->outcome, "back");
-    EXPECT_TRUE(lastRestart()->backAt);
-    noteRestartProgress(false);
-    noteRestartProgress(true);
-    EXPECT_EQ(lastRestart()->outcome, "back") << "later troubles are none of this restart";
-}
-
-TEST_F(RestartRecordTest, FollowsOnlyARestartThatWasAccepted) {
-    for (const char* outcome : {"requested", "refused: not now", "no answer in time"}) {
-        ask(outcome);
-        noteRestartProgress(true);
-        noteRestartProgress(false);
-        noteRestartProgress(true);
-        EXPECT_EQ(lastRestart()->outcome, outcome);
-    }
-}
-
-TEST_F(RestartRecordTest, TakesNoLaterOutageForItsOwn) {
-    askLongAgo(11min);
-    expectRestartProgress();
-    noteRestartProgress(false);
-    noteRestartProgress(true);
-    EXPECT_EQ(lastRestart()->outcome, "accepted");
 }
 
 TEST_F(RestartRecordTest, ForbidsAnotherForFifteenMinutes) {
@@ -136,8 +96,6 @@ TEST_F(RestartRecordTest, ThatNobodyCanReadForbids) {
     EXPECT_FALSE(lastRestart());
     EXPECT_TRUE(restartAskedWithin(15min));
     EXPECT_TRUE(isHadConstraints());
-    noteRestartProgress(false);
-    EXPECT_EQ(link_.scratch().read("restart.asked"), "damaged");
 }
 
 TEST_F(RestartRecordTest, MaintenanceForbidsToo) {

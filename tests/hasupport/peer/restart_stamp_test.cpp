@@ -129,6 +129,17 @@ TEST_F(RestartStampTest, BoundsAndFlattensItsTexts) {
     EXPECT_EQ(got->outcome, std::string(500, ' '));
 }
 
+TEST_F(RestartStampTest, IsWithdrawnOnlyWhereItStands) {
+    const RestartStamp stamp = RestartStamp::now("a\tb" + std::string(1000, 'x'), "one");
+    withdrawStamp(path(), stamp);
+    ASSERT_TRUE(writeStamp(path(), RestartStamp::now("older", "")));
+    withdrawStamp(path(), stamp);
+    EXPECT_TRUE(readStamp(path()).stamp) << "it is another";
+    ASSERT_TRUE(writeStamp(path(), stamp));
+    withdrawStamp(path(), stamp);
+    EXPECT_FALSE(readStamp(path()).stamp);
+}
+
 TEST_F(RestartStampTest, CanBeTakenBack) {
     ASSERT_TRUE(writeStamp(path(), RestartStamp::now("", "")));
     EXPECT_TRUE(removeStamp(path()));

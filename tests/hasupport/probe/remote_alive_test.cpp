@@ -203,6 +203,19 @@ TEST(RemoteAlive, ALinkThatIsDownIsUnknown) {
     });
 }
 
+TEST(RemoteAlive, RefusedSendsAreTriedAgainForOneSecond) {
+    inOwnNetwork([] {
+        const TunPeer peer(TunPeer::honest);
+        useTunnel();
+        command("ip xfrm policy add dst 192.0.2.2 dir out action block");
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_FALSE(IsRemoteAlive()());
+        EXPECT_GE(std::chrono::steady_clock::now() - start, 1000ms);
+        EXPECT_FALSE(isValid());
+        EXPECT_EQ(reason(), "no way to the remote address: Operation not permitted");
+    });
+}
+
 TEST(RemoteAlive, ADatagramSocketServesWhereARawOneIsNotAllowed) {
     inOwnNetwork([] {
         const TunPeer peer(TunPeer::honest);
