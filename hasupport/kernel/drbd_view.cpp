@@ -33,12 +33,12 @@ DrbdView askDrbdsetup(Drbdsetup& drbdsetup, std::string_view peerAddress) {
 
 }  // namespace
 
-DrbdView readDrbd(const KernelRoots& roots, Drbdsetup& drbdsetup, std::string_view peerAddress) {
+std::optional<DrbdView> readDrbdFile(const KernelRoots& roots) {
     const auto text = readFile(roots.proc + "/drbd");
     if (!text) {
         const int error = errno;
         if (error == ENOENT) {
-            return {DrbdView::Answer::noModule, {}, {}};
+            return DrbdView{DrbdView::Answer::noModule, {}, {}};
         }
         return unknownBecause(std::string("/proc/drbd cannot be read: ") + std::strerror(error));
     }
@@ -47,9 +47,18 @@ DrbdView readDrbd(const KernelRoots& roots, Drbdsetup& drbdsetup, std::string_vi
         return unknownBecause("/proc/drbd is not understood");
     }
     if (drbd->resources.empty() && drbd->majorVersion >= eventsVersion) {
-        return askDrbdsetup(drbdsetup, peerAddress);
+        return std::nullopt;
     }
-    return {DrbdView::Answer::known, {}, std::move(drbd->resources)};
+    return DrbdView{DrbdView::Answer::known, {}, std::move(drbd->resources)};
+}
+
+DrbdView readDrbd(const KernelRoots& roots, Drbdsetup& drbdsetup, std::string_view peerAddress) {
+    if (auto told = readDrbdFile(roots)) {
+        return std::move(*told);
+    }
+    DrbdView view = askDrbdsetup(drbdsetup, peerAddress);
+    view.fromDrbdsetup = true;
+    return view;
 }
 
 }  // namespace KORA::HA::Daemon::support

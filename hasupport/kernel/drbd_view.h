@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,7 +23,11 @@ struct DrbdView {
     Answer answer = Answer::unknown;
     std::string reason;
     std::vector<DrbdResource> resources;
+    bool fromDrbdsetup = false;  ///< which was asked because /proc/drbd does not tell
 };
+
+/// What /proc/drbd tells; nothing where that is DRBD 9's, which only `drbdsetup` tells more of.
+std::optional<DrbdView> readDrbdFile(const KernelRoots& roots);
 
 /// Reads /proc/drbd, and asks `drbdsetup` where that is DRBD 9's. `peerAddress` as for
 /// parseDrbdEvents.

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -125,14 +126,32 @@ Drbdsetup::Drbdsetup(std::vector<std::string> programs, Milliseconds limit)
 
 DrbdsetupOutput Drbdsetup::events() {
     const Deadline deadline = Deadline::in(limit_);
-    const std::unique_lock lock(one_, deadline.at());
-    if (!lock.owns_lock()) {
+    if (!takeTurn(deadline)) {
         return {{}, "drbdsetup is busy"};
     }
+    const auto end = [](Drbdsetup* each) { each->endTurn(); };
+    const std::unique_ptr<Drbdsetup, decltype(end)> turn(this, end);
     if (leftoverLives()) {
         return {{}, "an earlier drbdsetup still hangs"};
     }
     return run(deadline);
+}
+
+bool Drbdsetup::takeTurn(const Deadline& deadline) {
+    std::unique_lock lock(mutex_);
+    if (!ended_.wait_until(lock, deadline.at(), [this] { return !running_; })) {
+        return false;
+    }
+    running_ = true;
+    return true;
+}
+
+void Drbdsetup::endTurn() {
+    {
+        const std::lock_guard lock(mutex_);
+        running_ = false;
+    }
+    ended_.notify_one();
 }
 
 bool Drbdsetup::leftoverLives() {

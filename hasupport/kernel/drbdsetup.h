@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -30,13 +31,17 @@ class Drbdsetup {
     DrbdsetupOutput events();
 
   private:
+    bool takeTurn(const Deadline& deadline);
+    void endTurn();
     DrbdsetupOutput run(const Deadline& deadline);
     bool leftoverLives();
 
     const std::vector<std::string> programs_;
     const Milliseconds limit_;
-    std::timed_mutex one_;
-    pid_t leftover_ = 0;  // guarded by one_: a child that did not end in time
+    std::mutex mutex_;  // guards running_; never held while something runs
+    std::condition_variable ended_;
+    bool running_ = false;
+    pid_t leftover_ = 0;  // of whoever runs: a child that did not end in time
 };
 
 /// The process's own, so that all probes together run one at a time.

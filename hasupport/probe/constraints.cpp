@@ -3,14 +3,15 @@
 
 #include <chrono>
 #include <exception>
+#include <utility>
 
 #include "hasupport/io/notice.h"
 #include "hasupport/local_probes.h"
 #include "hasupport/peer/restart_record.h"
 #include "hasupport/peer/restart_stamp.h"
 #include "hasupport/probe/disk_err_process.h"
+#include "hasupport/probe/drbd_process.h"
 #include "hasupport/probe/evaluate_constraints.h"
-#include "hasupport/settings/link_addresses.h"
 #include "hasupport/settings/support_settings.h"
 
 namespace KORA::HA::Daemon {
@@ -21,13 +22,12 @@ constexpr std::chrono::minutes restartPause{15};
 
 constinit Notice forbidden;
 
-ConstraintInput gatherInput() {
-    const KernelRoots roots;
+ConstraintInput gatherInput(DrbdView drbd) {
     const SupportSettings& settings = supportSettings();
     ConstraintInput input;
-    input.drbd = readDrbd(roots, processDrbdsetup(), linkAddresses().remote);
+    input.drbd = std::move(drbd);
     input.drbdExpected = settings.drbd;
-    input.md = readMd(roots);
+    input.md = readMd(KernelRoots());
     input.disks = peekAtDisks();
     input.markerPath = settings.stampDirectory + "/maintenance";
     input.restartUnknown = readStamp(askedStampPath()).unreadable;
@@ -43,12 +43,20 @@ std::string joined(const std::vector<std::string>& reasons) {
     return text;
 }
 
-}  // namespace
-
-std::vector<std::string> currentConstraints() try {
-    return evaluateConstraints(gatherInput());
+std::vector<std::string> constraintsWith(DrbdView (*look)()) try {
+    return evaluateConstraints(gatherInput(look()));
 } catch (const std::exception&) {
     return {"The constraints cannot be evaluated."};
+}
+
+}  // namespace
+
+std::vector<std::string> currentConstraints() {
+    return constraintsWith(&lookAtDrbd);
+}
+
+std::vector<std::string> constraintsAtHand() {
+    return constraintsWith(&drbdAtHand);
 }
 
 }  // namespace support

@@ -11,4 +11,8 @@ namespace KORA::HA::Daemon::support {
 /// deadline). Any thread; never throws.
 std::vector<std::string> currentConstraints();
 
+/// The same for those who serve others and must not wait: with DRBD 9 from what drbdsetup told the
+/// last probe that asked it.
+std::vector<std::string> constraintsAtHand();
+
 }  // namespace KORA::HA::Daemon::support

@@ -3,9 +3,8 @@
 #include <exception>
 
 #include "hasupport/io/notice.h"
-#include "hasupport/kernel/drbd_view.h"
 #include "hasupport/local_probes.h"
-#include "hasupport/settings/link_addresses.h"
+#include "hasupport/probe/drbd_process.h"
 #include "hasupport/status/flag_changes.h"
 #include "hasupport/status/readings.h"
 
@@ -17,8 +16,7 @@ constinit support::Notice unreadable;
 }  // namespace
 
 bool isDRBDConnect() try {
-    const support::DrbdView drbd = support::readDrbd(
-        support::KernelRoots{}, support::processDrbdsetup(), support::linkAddresses().remote);
+    const support::DrbdView drbd = support::lookAtDrbd();
     if (drbd.answer == support::DrbdView::Answer::unknown) {
         unreadable.raise("cannot tell whether DRBD is connected: " + drbd.reason);
         support::noteFailed(support::Reading::drbdConnected, drbd.reason);

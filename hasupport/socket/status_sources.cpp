@@ -24,7 +24,7 @@ std::optional<std::vector<std::string>> readDegradedArrays() {
 }  // namespace
 
 StatusSources::StatusSources()
-    : constraints(&currentConstraints),
+    : constraints(&constraintsAtHand),
       lastRestart(&support::lastRestart),
       degradedArrays(&readDegradedArrays) {}
 
