@@ -22,21 +22,21 @@ bool grew(const Counter& before, const Counter& now) {
 DiskErrWatch::DiskErrWatch(KernelRoots roots, std::vector<std::string> named)
     : roots_(std::move(roots)), named_(std::move(named)) {}
 
-DiskErrLook DiskErrWatch::look() {
+DiskErrLook DiskErrWatch::look(SteadyClock::time_point now) {
     Memories after;
-    DiskErrLook found = evaluate(after);
+    DiskErrLook found = evaluate(now, after);
     if (found.known) {
         memories_ = std::move(after);
     }
     return found;
 }
 
-DiskErrLook DiskErrWatch::peek() const {
+DiskErrLook DiskErrWatch::peek(SteadyClock::time_point now) const {
     Memories after;
-    return evaluate(after);
+    return evaluate(now, after);
 }
 
-DiskErrLook DiskErrWatch::evaluate(Memories& after) const {
+DiskErrLook DiskErrWatch::evaluate(SteadyClock::time_point now, Memories& after) const {
     const auto disks = watchedDisks(roots_, named_);
     if (!disks) {
         return {false, std::string("the disks cannot be listed: ") + std::strerror(errno), {}};
@@ -50,14 +50,15 @@ DiskErrLook DiskErrWatch::evaluate(Memories& after) const {
         const auto known = memories_.find(name);
         // Another device under the old name counts from 0 again.
         const bool same = known != memories_.end() && known->second.device == disk.device;
-        if (judge(disk, same ? &known->second : nullptr, after[name])) {
+        if (judge(disk, same ? &known->second : nullptr, now, after[name])) {
             found.disks.push_back(name);
         }
     }
     return found;
 }
 
-bool DiskErrWatch::judge(const DiskState& disk, const Memory* before, Memory& after) {
+bool DiskErrWatch::judge(const DiskState& disk, const Memory* before, SteadyClock::time_point now,
+                         Memory& after) {
     const bool timedOut = before != nullptr && grew(before->timeouts, disk.timeouts);
     const bool erred = before != nullptr && grew(before->errors, disk.errors);
     // Without an earlier look, time-outs of the past are the best clue to whom the host works for.
@@ -67,8 +68,15 @@ bool DiskErrWatch::judge(const DiskState& disk, const Memory* before, Memory& af
     after.device = disk.device;
     after.timeouts = disk.timeouts;
     after.errors = disk.errors;
+    if (timedOut) {
+        after.timedOutAt = now;
+    } else if (before != nullptr) {
+        after.timedOutAt = before->timedOutAt;
+    }
+    // The look that saw the time-out may have come before the recovery that it leads to.
+    const bool lately = after.timedOutAt && now - *after.timedOutAt < recoveryFollowsWithin;
     // Errors alone are no error handling: medium errors and SMART queries count there, too.
-    after.suspect = disk.hostRecovers && (wasSuspect || timedOut || erred || oldTimeouts);
+    after.suspect = disk.hostRecovers && (wasSuspect || lately || erred || oldTimeouts);
     return !disk.failed && (disk.handling || timedOut || after.suspect);
 }
 

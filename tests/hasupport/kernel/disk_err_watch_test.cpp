@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -16,6 +17,7 @@ namespace KORA::HA::Daemon::support {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using Names = std::vector<std::string>;
 
 /// A sysfs that changes from one captured state to the next, at one place.
@@ -32,6 +34,10 @@ class DiskErrWatchTest : public testing::Test {
     void write(const std::string& path, const std::string& text) {
         fs::create_directories(fs::path(path).parent_path());
         std::ofstream(path) << text << '\n';
+    }
+
+    void hostIs(const std::string& word) {
+        write(roots_.sys + "/class/scsi_host/host0/state", word);
     }
 
     koraha::test::ScratchDir scratch_;
@@ -68,10 +74,39 @@ TEST_F(DiskErrWatchTest, seesARecoveryThatCameAndWentBetweenTwoLooks) {
 TEST_F(DiskErrWatchTest, oldTimeOutsOfANeighbourDoNotCount) {
     become("scsi-recovered");
     EXPECT_EQ(watch_.look().disks, Names{});
-    write(roots_.sys + "/class/scsi_host/host0/state", "recovery");
+    hostIs("recovery");
     EXPECT_EQ(watch_.look().disks, Names{}) << "nobody's command timed out: hot-plug, perhaps";
     write(device("sdb") + "/device/iotmo_cnt", "0x1");
     EXPECT_EQ(watch_.look().disks, Names{"sdb"});
+}
+
+TEST_F(DiskErrWatchTest, namesTheDiskWhenTheRecoveryBeginsAfterTheLookThatSawTheTimeOut) {
+    const auto start = SteadyClock::now();
+    become("scsi-healthy");
+    EXPECT_EQ(watch_.look(start).disks, Names{});
+    // The adapter aborts the command, while the host runs on.
+    write(device("sdb") + "/device/iotmo_cnt", "0x1");
+    EXPECT_EQ(watch_.look(start + 15s).disks, Names{"sdb"});
+    EXPECT_EQ(watch_.look(start + 30s).disks, Names{});
+    hostIs("recovery");
+    EXPECT_EQ(watch_.peek(start + 45s).disks, Names{"sdb"});
+    EXPECT_EQ(watch_.look(start + 45s).disks, Names{"sdb"});
+    EXPECT_EQ(watch_.look(start + 15min).disks, Names{"sdb"}) << "as long as it lasts";
+    hostIs("running");
+    EXPECT_EQ(watch_.look(start + 16min).disks, Names{});
+}
+
+TEST_F(DiskErrWatchTest, aTimeOutLongPastIsNotBlamedForAnotherDisksRecovery) {
+    const auto start = SteadyClock::now();
+    become("scsi-healthy");
+    EXPECT_EQ(watch_.look(start).disks, Names{});
+    write(device("sdb") + "/device/iotmo_cnt", "0x1");
+    EXPECT_EQ(watch_.look(start + 15s).disks, Names{"sdb"});
+    const auto later = start + 15s + DiskErrWatch::recoveryFollowsWithin;
+    hostIs("recovery");
+    write(device("sda") + "/device/iotmo_cnt", "0x1");
+    EXPECT_EQ(watch_.look(later).disks, Names{"sda"});
+    EXPECT_EQ(watch_.look(later + 15s).disks, Names{"sda"});
 }
 
 TEST_F(DiskErrWatchTest, errorsCountWhileTheHostRecovers) {
@@ -79,7 +114,7 @@ TEST_F(DiskErrWatchTest, errorsCountWhileTheHostRecovers) {
     fs::remove(device("sda") + "/device/iotmo_cnt");  // kernels without that counter
     EXPECT_EQ(watch_.look().disks, Names{});
     write(device("sda") + "/device/ioerr_cnt", "0x2");
-    write(roots_.sys + "/class/scsi_host/host0/state", "cancel/recovery");
+    hostIs("cancel/recovery");
     EXPECT_EQ(watch_.look().disks, Names{"sda"});
 }
 
