@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "hasupport/io/open_file.h"
+#include "hasupport/io/shortage.h"
 
 namespace KORA::HA::Daemon::support {
 namespace {
@@ -23,7 +24,7 @@ std::string problemWith(const struct stat& info, mode_t forbidden, std::size_t l
     if ((info.st_mode & forbidden) != 0) {
         return "has a mode that lets others at it";
     }
-    if (info.st_nlink != 1) {
+    if (info.st_nlink > 1) {  // none: it was replaced just now, and is what stood there
         return "has a second name";
     }
     if (info.st_size < 0 || static_cast<std::size_t>(info.st_size) > limit) {
@@ -52,6 +53,7 @@ TrustedFile readTrustedFile(const std::string& path, mode_t forbidden, std::size
     const UniqueFd fd = openFile(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
     if (!fd) {
         file.present = errno != ENOENT && errno != ENOTDIR;
+        file.shortage = isShortage(errno);
         file.problem = errno == ELOOP ? "is a link" : std::strerror(errno);
         return file;
     }

@@ -14,6 +14,7 @@ struct TrustedFile {
     bool present = false;             ///< something stands at the path
     std::optional<std::string> text;  ///< the content; nothing when the file is refused
     std::string problem;              ///< why it is refused
+    bool shortage = false;            ///< refused for want of descriptors or memory alone
 };
 
 /// Reads a regular file of root's, never through a link, that has none of the mode bits in

@@ -94,7 +94,12 @@ void PeerConnection::onHello(const std::string& body) {
     answer(FrameType::challenge, encodeChallenge(challenge));
 }
 
+// Whoever asked has long given up: what it asked for may be what nobody needs any more.
 void PeerConnection::onRequest(const std::string& body, const PeerRequestHandler& handler) {
+    if (SteadyClock::now() >= endsAt_) {
+        refuse("a request that came too late");
+        return;
+    }
     const auto payload = openBody(session_, FrameType::request, body);
     if (!payload) {
         refuse("a request that does not prove itself");

@@ -14,8 +14,9 @@ namespace KORA::HA::Daemon::support {
 /// Answers a request's payload; `authenticated` says whether it proved itself.
 using PeerRequestHandler = std::function<std::string(std::string_view payload, bool authenticated)>;
 
-/// The server's side of one exchange, on a non-blocking socket. It has 1 second to finish. Used by
-/// one thread; nothing here blocks.
+/// The server's side of one exchange, on a non-blocking socket. It has 1 second to finish; a
+/// request that is read later is refused, however long it has lain there. Used by one thread;
+/// nothing here blocks.
 class PeerConnection {
   public:
     PeerConnection(UniqueFd fd, PeerKeys keys, SteadyClock::time_point now);

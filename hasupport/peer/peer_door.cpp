@@ -8,6 +8,7 @@
 #include <cstring>
 #include <utility>
 
+#include "hasupport/io/shortage.h"
 #include "hasupport/peer/peer_requests.h"
 #include "hasupport/peer/restart_duty.h"
 #include "hasupport/settings/link_addresses.h"
@@ -28,11 +29,12 @@ constexpr std::chrono::seconds refusalEvery{10};
 
 void PeerDoor::collect(std::vector<pollfd>& fds, SteadyClock::time_point& wakeAt) {
     keepListener();
-    listens_ = static_cast<bool>(listener_);
+    const auto now = SteadyClock::now();
+    listens_ = listener_ && acceptsAt_ <= now;
     if (listens_) {
         fds.push_back({listener_.get(), POLLIN, 0});
     } else {
-        wakeAt = std::min(wakeAt, SteadyClock::now() + retryEvery);
+        wakeAt = std::min(wakeAt, listener_ ? acceptsAt_ : now + retryEvery);
     }
     for (const auto& connection : connections_) {
         fds.push_back({connection->fd(), connection->events(), 0});
@@ -66,7 +68,12 @@ void PeerDoor::keepListener() {
     }
     nextLookAt_ = now + lookEvery;
     const LinkAddresses link = linkAddresses();
-    std::string problem = readPeerKeys(supportSettings().peerKeyPath).problem;
+    const PeerKeys keys = readPeerKeys(supportSettings().peerKeyPath);
+    if (keys.shortage) {  // it says nothing about the file; who comes in needs a good one anyway
+        tellShortage();
+        return;
+    }
+    std::string problem = keys.problem;
     const auto route = planPeerRoute(link, problem);
     const unsigned index = interfaceIndex(listener_, link.interface);
     if (!problem.empty() || !route) {
@@ -93,12 +100,15 @@ void PeerDoor::open(const PeerRoute& route) {
 
 void PeerDoor::acceptAll() {
     std::size_t guests = 0;
-    for (std::size_t i = 0; i < knocksPerStep && guests < guestsPerStep; ++i) {
+    for (std::size_t i = 0; i < knocksPerStep && guests < guestsPerStep && listens_; ++i) {
         sockaddr_storage address{};
         socklen_t size = sizeof address;
         UniqueFd fd(::accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size,
                               SOCK_CLOEXEC | SOCK_NONBLOCK));
         if (!fd) {
+            if (isShortage(errno)) {
+                pauseForShortage();
+            }
             return;
         }
         const auto from = IpAddress::from(address);
@@ -114,15 +124,30 @@ bool PeerDoor::takeIn(UniqueFd fd, const IpAddress& from) {
         return false;
     }
     PeerKeys keys = readPeerKeys(supportSettings().peerKeyPath);
+    if (keys.shortage) {
+        pauseForShortage();
+    }
     if (!keys.usable()) {  // since the listener was last looked at
         return false;
     }
+    shortage_.clear("the peer is taken in again");
     if (connections_.size() >= connectionLimit) {
         makeRoom();
     }
     connections_.push_back(
         std::make_unique<PeerConnection>(std::move(fd), std::move(keys), SteadyClock::now()));
     return true;
+}
+
+void PeerDoor::tellShortage() {
+    shortage_.raise("the peer cannot be taken in: descriptors or memory are exhausted");
+}
+
+// Whoever knocks goes on knocking: waiting for that again at once would be waiting for nothing.
+void PeerDoor::pauseForShortage() {
+    tellShortage();
+    listens_ = false;
+    acceptsAt_ = SteadyClock::now() + retryEvery;
 }
 
 // Among those that got least far, the oldest one: a crowd that only knocks displaces itself.

@@ -13,7 +13,7 @@
 namespace KORA::HA::Daemon::support {
 
 /// The door for the peer: TCP on the local replication address. A missing interface, a taken port
-/// or exhausted descriptors are retried at each step and said once; an interface that was removed
+/// or exhausted descriptors are retried each second and said once; an interface that was removed
 /// and made anew gets a new listener.
 class PeerDoor : public Door {
   public:
@@ -30,13 +30,17 @@ class PeerDoor : public Door {
     void makeRoom();
     void dropDone();
     void tellRefusal(const std::string& reason);
+    void tellShortage();
+    void pauseForShortage();
 
     UniqueFd listener_;
     unsigned interfaceIndex_ = 0;
     SteadyClock::time_point nextLookAt_;
     std::vector<std::unique_ptr<PeerConnection>> connections_;
     bool listens_ = false;  // the listener was among the collected descriptors
+    SteadyClock::time_point acceptsAt_;
     Notice closed_;
+    Notice shortage_;
     SteadyClock::time_point nextRefusalAt_;
     unsigned untoldRefusals_ = 0;
 };

@@ -21,6 +21,7 @@ void addKey(PeerKeys& keys, const std::string& path) {
     }
     if (!file.text) {
         keys.problem = path + " " + file.problem;
+        keys.shortage = file.shortage;
     } else if (file.text->size() != peerKeyBytes) {
         keys.problem = path + " does not hold 32 bytes";
     } else {
@@ -49,8 +50,10 @@ PeerKey makePeerKey(const std::string& bytes) {
 
 PeerKeys readPeerKeys(const std::string& path) {
     PeerKeys keys;
-    addKey(keys, path);
+    // The next one first: whoever commits it in between leaves it to be found as the one in force.
     addKey(keys, path + ".next");
+    addKey(keys, path);
+    std::reverse(keys.keys.begin(), keys.keys.end());
     return keys;
 }
 

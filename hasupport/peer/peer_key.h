@@ -25,6 +25,7 @@ struct PeerKey {
 struct PeerKeys {
     std::vector<PeerKey> keys;
     std::string problem;  ///< not empty: a key file is there but refused; then nobody is talked to
+    bool shortage = false;  ///< of descriptors or memory; nothing else may be wrong with the file
 
     bool usable() const { return problem.empty(); }
     const PeerKey* find(const KeyId& id) const;
@@ -33,7 +34,8 @@ struct PeerKeys {
 /// A key from its bytes, with its name.
 PeerKey makePeerKey(const std::string& bytes);
 
-/// Reads PATH and PATH.next: regular files of root, mode 0600, of 32 bytes. No file is no key.
+/// Reads PATH and PATH.next: regular files of root, mode 0600, of 32 bytes. No file is no key. A
+/// key that was there as the next one is found, however it is committed meanwhile.
 PeerKeys readPeerKeys(const std::string& path);
 
 }  // namespace KORA::HA::Daemon::support

@@ -24,12 +24,15 @@ PeerKey key(char fill) {
 /// One connection and its client's end. What the client sends is served at once.
 class Conversation {
   public:
-    explicit Conversation(std::vector<PeerKey> serverKeys) {
+    /// A busy machine is no reason to refuse: but for tests of that, its time is never over.
+    explicit Conversation(std::vector<PeerKey> serverKeys,
+                          SteadyClock::time_point since = SteadyClock::now() +
+                                                          std::chrono::hours(1)) {
         std::array<int, 2> ends{};
         EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()),
                   0);
         client_ = UniqueFd(ends[0]);
-        server_.emplace(UniqueFd(ends[1]), PeerKeys{std::move(serverKeys), {}}, SteadyClock::now());
+        server_.emplace(UniqueFd(ends[1]), PeerKeys{std::move(serverKeys), {}}, since);
     }
 
     PeerConnection& server() { return *server_; }
@@ -268,6 +271,16 @@ TEST(PeerConnection, RefusesAReplayedRequest) {
     EXPECT_NE(fresh->nonce, challenge->nonce);
     replay.send(request);
     replay.expectRefused("a request that does not prove itself");
+}
+
+// The thread that serves stood still meanwhile, on a disk that hangs, and whoever asked has left.
+TEST(PeerConnection, RefusesARequestThatLayThereTooLong) {
+    const std::vector<PeerKey> keys{key('k')};
+    Conversation talk(keys, SteadyClock::now() - std::chrono::seconds(1));
+    const auto session = talk.greet(keys);
+    ASSERT_TRUE(session);
+    talk.send(encodeFrame(FrameType::request, sealBody(*session, FrameType::request, "restart")));
+    talk.expectRefused("a request that came too late");
 }
 
 TEST(PeerConnection, AnswersOneRequestOnly) {

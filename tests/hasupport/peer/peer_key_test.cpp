@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <string>
 
+#include "tests/support/during_fstat.h"
 #include "tests/support/scratch_dir.h"
 
 namespace KORA::HA::Daemon::support {
@@ -128,6 +130,28 @@ TEST_F(PeerKeyFile, ThatIsNoRegularFileOfItsOwnIsRefused) {
     ::unlink(path().c_str());
     ASSERT_EQ(::mkdir(path().c_str(), 0700), 0);
     expectRefused(path(), "is not a regular file");
+}
+
+// Between the opening of a file and the look at it, the one in force is replaced.
+TEST_F(PeerKeyFile, IsFoundWhileItIsCommitted) {
+    write("", 'k');
+    write(".next", 'n');
+    koraha::test::duringNextFstat(
+        [&] { EXPECT_EQ(std::rename((path() + ".next").c_str(), path().c_str()), 0); });
+    const PeerKeys keys = readPeerKeys(path());
+    EXPECT_NE(::access((path() + ".next").c_str(), F_OK), 0);
+    EXPECT_TRUE(keys.usable()) << keys.problem;
+    EXPECT_NE(keys.find(makePeerKey(std::string(peerKeyBytes, 'n')).id), nullptr);
+}
+
+TEST_F(PeerKeyFile, ThatIsReplacedWhileItIsReadIsNotRefused) {
+    write("", 'k');
+    write(".other", 'n');
+    koraha::test::duringNextFstat(
+        [&] { EXPECT_EQ(std::rename((path() + ".other").c_str(), path().c_str()), 0); });
+    const PeerKeys keys = readPeerKeys(path());
+    EXPECT_TRUE(keys.usable()) << keys.problem;
+    EXPECT_EQ(keys.keys.size(), 1U);
 }
 
 TEST_F(PeerKeyFile, RefusedAsTheNextOneIsRefusedAltogether) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "running_peer_door.h"
 
+#include "hasupport/peer/peer_client.h"
+#include "peer_link.h"
 #include "tests/support/small_stack.h"
 
 namespace koraha::test {
@@ -26,6 +28,13 @@ void RunningPeerDoor::serve() {
         connections_ = door.connectionCount();
         ++steps_;
     }
+}
+
+bool isPeerAnswering() {
+    return eventually([] {
+        const auto deadline = support::Deadline::in(std::chrono::seconds(20));
+        return support::askPeer(R"({"request":"state"})", false, deadline).payload.has_value();
+    });
 }
 
 }  // namespace koraha::test

@@ -37,4 +37,8 @@ class RunningPeerDoor {
     std::thread thread_;
 };
 
+/// Asks the peer for its state until it answers; a busy machine may let the server's one second
+/// pass.
+bool isPeerAnswering();
+
 }  // namespace koraha::test
