@@ -34,10 +34,12 @@ class ClientConnection {
     /// Has more to do without waiting for anything.
     bool isReady() const { return alive_ && replies_.isEmpty() && hasRequest(); }
 
-    /// Serves what poll(2) reported: reads, has a bounded number of requests handled, sends.
+    /// Serves what poll(2) reported: reads, has a bounded number of requests handled, sends. Where
+    /// it throws, a reply is missing or half out, and the client has to be dropped.
     void serve(short revents, RequestHandler& handler, SteadyClock::time_point now);
     /// Lets go of a client that has kept its deadline waiting.
     void expire(SteadyClock::duration patience, SteadyClock::time_point now);
+    void drop() { alive_ = false; }
     bool isAlive() const { return alive_; }
 
     void reply(SharedLine line) { replies_.put(std::move(line)); }

@@ -4,8 +4,11 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -19,6 +22,7 @@ constexpr int acceptsPerStep = 8;  // the clients that are in come first
 constexpr int sendBufferBytes = 64 * 1024;
 
 constinit Notice acceptFailure;
+constinit Notice clientFailure;
 
 SharedLine errorLine(std::string_view problem) {
     JsonText json;
@@ -64,18 +68,43 @@ void ClientDoor::collect(std::vector<pollfd>& fds, SteadyClock::time_point& wake
 bool ClientDoor::serve(std::span<const pollfd> own, Status& status) {
     status_ = &status;
     now_ = SteadyClock::now();
+    fine_ = true;
     serveClients(own.subspan(listens_ ? 1 : 0));
     tellWatchers();
     dropDead();
     const bool someoneKnocks = listens_ && own.front().revents != 0;
-    return !someoneKnocks || acceptClients();
+    const bool accepted = !someoneKnocks || acceptClients();
+    if (fine_) {
+        clientFailure.clear();
+    }
+    return accepted && fine_;
+}
+
+void ClientDoor::failed(const char* why) {
+    std::array<char, 128> text{};  // there may be no memory to put it together in
+    (void)std::snprintf(text.data(), text.size(), "a local client could not be served: %s", why);
+    clientFailure.raise(text.data());
+    fine_ = false;
+}
+
+/// Where something is thrown (memory is short) a request may be taken and not answered, or a reply
+/// half out: that client goes, so that it knows, and the others are served all the same.
+template <typename Step>
+void ClientDoor::attend(ClientConnection& client, const Step& step) {
+    try {
+        step(client);
+    } catch (const std::exception& failure) {
+        client.drop();
+        failed(failure.what());
+    }
 }
 
 void ClientDoor::serveClients(std::span<const pollfd> own) {
     for (std::size_t index = 0; index < own.size() && index < clients_.size(); ++index) {
         ClientConnection& client = *clients_[index];
         if (own[index].revents != 0 || client.isReady()) {
-            client.serve(own[index].revents, *this, now_);
+            attend(client,
+                   [&](ClientConnection& one) { one.serve(own[index].revents, *this, now_); });
         }
         client.expire(limits_.patience, now_);
     }
@@ -115,7 +144,8 @@ void ClientDoor::startWatching(ClientConnection& client) {
     client.watch(reply_.changes(), now_);
 }
 
-void ClientDoor::tellWatchers() {
+// Those that are not told of a change now are told at the next look.
+void ClientDoor::tellWatchers() try {
     if (now_ < nextLook_ || watcherCount() == 0) {
         return;
     }
@@ -123,9 +153,11 @@ void ClientDoor::tellWatchers() {
     const SharedLine line = currentLine();
     for (const Client& client : clients_) {
         if (client->isDue(reply_.changes(), limits_.signOfLife, now_)) {
-            client->tell(line, reply_.changes(), now_);
+            attend(*client, [&](ClientConnection& one) { one.tell(line, reply_.changes(), now_); });
         }
     }
+} catch (const std::exception& failure) {
+    failed(failure.what());
 }
 
 void ClientDoor::dropDead() {
@@ -178,15 +210,19 @@ void ClientDoor::makeRoom() {
     }
 }
 
-void ClientDoor::takeIn(UniqueFd fd) {
+void ClientDoor::takeIn(UniqueFd fd) try {
     if (clients_.size() >= limits_.clients) {
         makeRoom();
     }
     // A client that does not read shows early, and holds little of the kernel's memory.
     ::setsockopt(fd.get(), SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof(sendBufferBytes));
     clients_.push_back(std::make_unique<ClientConnection>(std::move(fd), now_));
-    clients_.back()->serve(POLLIN, *this, now_);  // its request is mostly there already
+    attend(*clients_.back(), [this](ClientConnection& client) {
+        client.serve(POLLIN, *this, now_);  // its request is mostly there already
+    });
     dropDead();
+} catch (const std::exception& failure) {
+    failed(failure.what());  // it has no place: its connection is closed
 }
 
 bool ClientDoor::acceptClients() {

@@ -34,6 +34,9 @@ class ClientDoor : public Door, private RequestHandler {
     void startWatching(ClientConnection& client);
     SharedLine currentLine();
 
+    template <typename Step>
+    void attend(ClientConnection& client, const Step& step);
+    void failed(const char* why);
     void serveClients(std::span<const pollfd> own);
     void tellWatchers();
     void dropDead();
@@ -54,6 +57,7 @@ class ClientDoor : public Door, private RequestHandler {
     // Of the serving step in progress.
     const Status* status_ = nullptr;
     SteadyClock::time_point now_;
+    bool fine_ = true;      // nothing failed in it
     bool listens_ = false;  // the listener was among the collected descriptors
     SteadyClock::time_point pausedUntil_;
     SteadyClock::time_point nextLook_;

@@ -11,7 +11,8 @@
 namespace KORA::HA::Daemon::support {
 
 /// The one reply that a connection has on its way: no further request is looked at before it is
-/// out, so that a client cannot make replies pile up.
+/// out, so that a client cannot make replies pile up. What throws leaves half a reply behind: the
+/// connection is of no more use then.
 class ReplyQueue {
   public:
     enum class Sent : std::uint8_t { all, some, none, broken };

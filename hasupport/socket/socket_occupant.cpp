@@ -65,6 +65,8 @@ SocketOccupant lookAtSocket(const std::string& path, const sockaddr_un& address)
         case EAGAIN:      // someone listens, and many wait
         case EPROTOTYPE:  // a socket of another type is alive
             return {Kind::live, file.st_uid};
+        case EACCES:  // without CAP_DAC_OVERRIDE the mode of another's file binds root, too
+            return {Kind::closed, file.st_uid};
         default:
             return {Kind::foreign};
     }

@@ -16,10 +16,11 @@ struct SocketOccupant {
         nothing,
         stale,    ///< a socket file that nobody listens on
         live,     ///< a socket that someone listens on
+        closed,   ///< a socket that this process may not connect to; perhaps someone listens
         foreign,  ///< something else, or it could not be found out
     };
     Kind kind = Kind::foreign;
-    uid_t user = 0;  ///< of a live one: who listens
+    uid_t user = 0;  ///< of a live one: who listens; of a closed one: whose file it is
 };
 
 /// The address of a path, or nothing when the path is empty, too long or contains a NUL.

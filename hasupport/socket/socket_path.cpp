@@ -50,6 +50,13 @@ bool makeRoom(const std::string& path, const sockaddr_un& address, uid_t trusted
             notify("removing " + path + ": user " + std::to_string(occupant.user) +
                    " listens there");
             break;
+        case Kind::closed:
+            if (occupant.user == trustedUser) {
+                return fail(path, "a socket is there that cannot be connected to");
+            }
+            notify("removing " + path + ": a socket of user " + std::to_string(occupant.user) +
+                   ", which cannot be connected to");
+            break;
         case Kind::foreign:
             return fail(path, "it is no socket, or cannot be looked at");
     }

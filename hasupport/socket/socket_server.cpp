@@ -52,6 +52,11 @@ class TwoDoors {
     PeerDoor peer_;
 };
 
+void pauseBeforeTheNextTry() {
+    const timespec pause{1, 0};
+    ::nanosleep(&pause, nullptr);
+}
+
 TwoDoors& doors() {
     static TwoDoors theDoors;
     return theDoors;
@@ -68,11 +73,11 @@ bool SocketServer::operator()(KORA::HA::Daemon::Status& status) try {
         stepFailure.clear();
     } else {
         stepFailure.raise("a serving step failed; it is tried again");
-        const timespec pause{1, 0};
-        ::nanosleep(&pause, nullptr);
+        pauseBeforeTheNextTry();
     }
     return true;
 } catch (const std::exception& failure) {
     stepFailure.raise(failure.what());
+    pauseBeforeTheNextTry();
     return true;
 }

@@ -122,13 +122,16 @@ void writeProcess(JsonText& json, SteadyClock::time_point now) {
 }  // namespace
 
 SharedLine StatusReply::line(const Status& status, SteadyClock::time_point now) {
+    // Where memory runs out in here, no older line is taken for one of now by the next call.
+    SharedLine before = std::exchange(line_, nullptr);
     StatusSnapshot snapshot = takeSnapshot(status);
     const bool factsChanged = facts_.refresh(now);
-    const bool changed = factsChanged || snapshot != snapshot_;
-    if (line_ && !changed && now - renderedAt_ < agesLast) {
+    const bool changed = factsChanged || !before || snapshot != snapshot_;
+    if (!changed && now - renderedAt_ < agesLast) {
+        line_ = std::move(before);
         return line_;
     }
-    changes_ += changed || !line_ ? 1 : 0;
+    changes_ += changed ? 1 : 0;
     snapshot_ = std::move(snapshot);
     renderedAt_ = now;
     line_ = std::make_shared<const std::string>(render(now));

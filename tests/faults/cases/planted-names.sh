@@ -18,7 +18,8 @@ listen_as() {
     local through=node_run path=${3:-$socket}
     [ "$2" = root ] || through=as_user
     $through "$1" setsid /usr/bin/python3 -c '
-import socket, sys, time
+import os, socket, sys, time
+os.umask(0o022)
 server = socket.socket(socket.AF_UNIX)
 server.bind(sys.argv[1])
 server.listen()
@@ -76,9 +77,12 @@ except PermissionError:
     print("denied")' $socket
 }
 
+# The daemon is started by way of this.
+through=()
+
 # serves NODE TEXT: the daemon makes its own socket, which the user cannot talk to.
 serves() {
-    start_daemon "$1"
+    start_daemon "$1" "${through[@]}"
     eventually "$2: it makes its own socket and serves" 60 answers "$1"
     check "$2: the socket is root's, and closed to others" \
         node_run "$1" bash -c "[ \"\$(stat -c '%u %a' $socket)\" = '0 660' ]"
@@ -121,24 +125,42 @@ planted_node fifo
 as_user fifo mkfifo $socket
 refuses fifo "a pipe"
 
-planted_node listener
-listen_as listener user
-serves listener "a socket that the user listens on"
-check "the user's socket is reported" told listener "user 65534 listens there"
-# Once it is root's, the user can neither remove nor replace it.
-if as_user listener rm -f $socket 2> /dev/null || as_user listener mv $socket /tmp/x 2> /dev/null; then
-    fail "the user can take the socket away"
-else
-    pass "the user cannot take the socket away"
-fi
-end_node listener
+# keeps_the_socket NODE: once it is root's, the user can neither remove nor replace it.
+keeps_the_socket() {
+    if as_user "$1" rm -f $socket 2> /dev/null || as_user "$1" mv $socket /tmp/x 2> /dev/null; then
+        fail "the user can take the socket away"
+    else
+        pass "the user cannot take the socket away"
+    fi
+}
 
-planted_node stale
-as_user stale /usr/bin/python3 -c '
-import socket, sys
+# replaces_sockets HOW REPORT: what the user's sockets turn into; the first of them is reported.
+replaces_sockets() {
+    planted_node listener
+    listen_as listener user
+    serves listener "a socket that the user listens on$1"
+    check "the user's socket is reported$1" told listener "$2"
+    keeps_the_socket listener
+    end_node listener
+
+    planted_node stale
+    as_user stale /usr/bin/python3 -c '
+import os, socket, sys
+os.umask(0o022)
 socket.socket(socket.AF_UNIX).bind(sys.argv[1])' $socket
-serves stale "a socket that nobody listens on"
-end_node stale
+    serves stale "a socket that nobody listens on$1"
+    end_node stale
+}
+replaces_sockets "" "user 65534 listens there"
+
+# The unit's capabilities let root connect to no socket of mode 0755 that is another's. The limit
+# that the unit lifts is not for every test to lift, so no memory is locked.
+granted=$(sed -n 's/^CapabilityBoundingSet=//p' packaging/debian/koraharemotemond.service |
+    sed 's/CAP_/,+/g; s/ //g; s/.*/\L&/')
+through=(prlimit --memlock=0
+    setpriv --bounding-set "-all$granted" --inh-caps -all --no-new-privs)
+replaces_sockets ", with the unit's capabilities" "a socket of user 65534"
+through=()
 
 # The flag's directory is root's: the user gets nothing into it and does not get it away.
 planted_node prepared

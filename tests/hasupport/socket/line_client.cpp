@@ -64,18 +64,18 @@ std::optional<std::string> LineClient::line() {
     }
 }
 
+Json::Value parseLine(const std::string& line) {
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value document;
+    const bool isJson = reader->parse(line.data(), line.data() + line.size(), &document, nullptr);
+    return isJson ? document : Json::Value();
+}
+
 Json::Value LineClient::json() {
     const auto text = line();
-    Json::Value document;
-    if (text) {
-        Json::CharReaderBuilder builder;
-        Json::CharReaderBuilder::strictMode(&builder.settings_);
-        const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-        if (!reader->parse(text->data(), text->data() + text->size(), &document, nullptr)) {
-            return {};
-        }
-    }
-    return document;
+    return text ? parseLine(*text) : Json::Value();
 }
 
 Json::Value LineClient::ask(std::string_view request) {

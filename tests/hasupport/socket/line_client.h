@@ -12,6 +12,9 @@
 
 namespace koraha::test {
 
+/// The line, parsed; null when it is not JSON.
+Json::Value parseLine(const std::string& line);
+
 /// A client on a local stream socket, as a well-behaved or a hostile program would be. Waits for at
 /// most 20 seconds where it waits.
 class LineClient {

@@ -9,14 +9,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <csignal>
+#include <functional>
 #include <memory>
 #include <thread>
 
 #include "hasupport/socket/group_file.h"
 #include "hasupport/socket/socket_occupant.h"
 #include "line_client.h"
+#include "tests/support/in_namespace.h"
 #include "tests/support/scratch_dir.h"
 
 namespace KORA::HA::Daemon::support {
@@ -29,6 +32,8 @@ constexpr uid_t nobody = 65534;
 
 class SocketPathTest : public testing::Test {
   protected:
+    class OtherUser;
+
     // Whoever runs the test stands for root.
     SocketPlaces places() const {
         return {scratch_.path("lock"), scratch_.path("group"), ::geteuid()};
@@ -50,7 +55,54 @@ class SocketPathTest : public testing::Test {
         return fd;
     }
 
+    uid_t owner() const {
+        struct stat file {};
+        return ::lstat(path().c_str(), &file) == 0 ? file.st_uid : static_cast<uid_t>(-1);
+    }
+
+    static void withCapabilitiesOfTheUnit(const std::function<void()>& body) {
+        std::thread([&] {
+            koraha::test::keepCapabilitiesOfTheUnit();
+            body();
+        }).join();
+    }
+
     ScratchDir scratch_;
+};
+
+/// A process of an ordinary user that has bound the path, in a directory like /tmp.
+class SocketPathTest::OtherUser {
+  public:
+    OtherUser(const SocketPathTest& test, bool listens) {
+        EXPECT_EQ(::chmod(test.scratch_.path().c_str(), 01777), 0);
+        std::array<int, 2> ready{-1, -1};
+        EXPECT_EQ(::pipe2(ready.data(), O_CLOEXEC), 0);
+        const UniqueFd result(ready[0]);
+        UniqueFd tell(ready[1]);
+        child_ = ::fork();
+        if (child_ == 0) {
+            ::umask(022);
+            const bool changed = ::setgid(nobody) == 0 && ::setuid(nobody) == 0;
+            const UniqueFd fd = test.bindOnly();
+            const bool bound = changed && (!listens || ::listen(fd.get(), 5) == 0);
+            (void)!::write(tell.get(), bound ? "y" : "n", 1);
+            ::pause();
+            ::_exit(0);
+        }
+        tell.reset();
+        char fine = 'n';
+        EXPECT_EQ(::read(result.get(), &fine, 1), 1);
+        EXPECT_EQ(fine, 'y');
+    }
+    ~OtherUser() {
+        ::kill(child_, SIGKILL);
+        ::waitpid(child_, nullptr, 0);
+    }
+    OtherUser(const OtherUser&) = delete;
+    OtherUser& operator=(const OtherUser&) = delete;
+
+  private:
+    pid_t child_ = -1;
 };
 
 TEST_F(SocketPathTest, BindsAndRemovesItsFile) {
@@ -180,31 +232,35 @@ TEST_F(SocketPathTest, ReplacesALiveListenerOfAnOrdinaryUser) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root becomes another user";
     }
-    ASSERT_EQ(::chmod(scratch_.path().c_str(), 01777), 0);
-    int ready[2] = {-1, -1};
-    ASSERT_EQ(::pipe(&ready[0]), 0);
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        const bool changed = ::setgid(nobody) == 0 && ::setuid(nobody) == 0;
-        const UniqueFd fd = bindOnly();
-        const char fine = changed && ::listen(fd.get(), 5) == 0 ? 'y' : 'n';
-        (void)!::write(ready[1], &fine, 1);
-        ::pause();
-        ::_exit(0);
-    }
-    char fine = 'n';
-    ASSERT_EQ(::read(ready[0], &fine, 1), 1);
-    EXPECT_EQ(fine, 'y');
+    const OtherUser user(*this, true);
     SocketPath socket(path(), places());
     EXPECT_TRUE(socket.bindAndListen());
-    struct stat file {};
-    ASSERT_EQ(::lstat(path().c_str(), &file), 0);
-    EXPECT_EQ(file.st_uid, 0U);
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    ::close(ready[0]);
-    ::close(ready[1]);
+    EXPECT_EQ(owner(), 0U);
+}
+
+// Whose mode, 0755, then keeps root from finding out whether anybody listens.
+TEST_F(SocketPathTest, ReplacesASocketOfAnOrdinaryUserWithTheCapabilitiesOfTheUnit) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root becomes another user";
+    }
+    for (const bool listens : {true, false}) {
+        const OtherUser user(*this, listens);
+        ASSERT_EQ(owner(), nobody);
+        withCapabilitiesOfTheUnit([&] {
+            SocketPath socket(path(), places());
+            EXPECT_TRUE(socket.bindAndListen()) << listens;
+            EXPECT_EQ(owner(), 0U);
+            EXPECT_TRUE(isConnectable());
+        });
+        EXPECT_FALSE(exists());
+    }
+}
+
+TEST_F(SocketPathTest, LeavesASocketOfItsOwnUserAloneThatItMayNotConnectTo) {
+    const UniqueFd closed = bindOnly();
+    ASSERT_EQ(::chmod(path().c_str(), 0), 0);
+    withCapabilitiesOfTheUnit([&] { EXPECT_FALSE(SocketPath(path(), places()).bindAndListen()); });
+    EXPECT_TRUE(exists());
 }
 
 TEST_F(SocketPathTest, WaitsForAnotherThatBinds) {

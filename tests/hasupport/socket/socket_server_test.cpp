@@ -21,6 +21,7 @@
 #include "hasupport/status.h"
 #include "line_client.h"
 #include "tests/hasupport/peer/peer_link.h"
+#include "tests/support/failing_memory.h"
 #include "tests/support/in_namespace.h"
 #include "tests/support/small_stack.h"
 #include "tests/support/told.h"
@@ -168,6 +169,27 @@ TEST(SocketServer, GoesOnWhenDescriptorsRunOut) {
         }
         EXPECT_TRUE(eventually([] { return localDoorAnswers() && peerDoorAnswers(); }));
         EXPECT_FALSE(routine.ended());
+    });
+}
+
+TEST(SocketServer, PausesWhereThereIsNoMemoryForItsDoorsAndMakesThemLater) {
+    alone([] {
+        const PeerLink link;
+        koraha::test::onSmallStack([] {
+            Status status;
+            SocketServer serve;
+            bool goesOn = false;
+            const auto start = std::chrono::steady_clock::now();
+            {
+                const koraha::test::FailingAllocation none(0, true);
+                goesOn = serve(status);
+            }
+            EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
+            EXPECT_TRUE(goesOn);
+            EXPECT_FALSE(LineClient(doorPath).isConnected());
+        });
+        const Routine routine;
+        EXPECT_TRUE(eventually(localDoorAnswers));
     });
 }
 
