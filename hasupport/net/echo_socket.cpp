@@ -30,8 +30,17 @@ std::chrono::nanoseconds fromTimespec(const timespec& time) {
 /// Takes errno at once, with what was tried.
 EchoProblem problemFrom(const std::string& what) {
     const int error = errno;
-    return {error == EPERM || error == EACCES || error == EPROTONOSUPPORT || error == EAFNOSUPPORT,
-            what + ": " + std::strerror(error)};
+    return {false, what + ": " + std::strerror(error)};
+}
+
+/// The same of a call that makes the socket. Of others EPERM comes and goes: the packet filter
+/// drops what is sent while its table of connections is full or its rules are exchanged.
+EchoProblem socketProblemFrom(const std::string& what) {
+    const int error = errno;
+    EchoProblem problem = problemFrom(what);
+    problem.lasting =
+        error == EPERM || error == EACCES || error == EPROTONOSUPPORT || error == EAFNOSUPPORT;
+    return problem;
 }
 
 UniqueFd openSocket(int family, bool& raw) {
@@ -93,7 +102,7 @@ Moment Moment::now() {
 }
 
 EchoSocket::EchoSocket(UniqueFd fd, bool raw, const IpAddress& peer)
-    : fd_(std::move(fd)), raw_(raw), peer_(peer) {}
+    : fd_(std::move(fd)), raw_(raw), peer_(peer), leftWhenLate_(packetsWhenLate) {}
 
 std::optional<EchoSocket> EchoSocket::open(const EchoRoute& route, bool stamped,
                                            EchoProblem& problem) {
@@ -101,7 +110,7 @@ std::optional<EchoSocket> EchoSocket::open(const EchoRoute& route, bool stamped,
     bool raw = false;
     UniqueFd fd = openSocket(family, raw);
     if (!fd) {
-        problem = problemFrom("no ICMP socket");
+        problem = socketProblemFrom("no ICMP socket");
         return std::nullopt;
     }
     if (raw) {
@@ -111,7 +120,7 @@ std::optional<EchoSocket> EchoSocket::open(const EchoRoute& route, bool stamped,
         askForKernelStamps(fd.get());
     }
     if (!bindToDevice(fd.get(), route.device)) {
-        problem = problemFrom("cannot use interface " + route.device);
+        problem = socketProblemFrom("cannot use interface " + route.device);
         return std::nullopt;
     }
     if (::bind(fd.get(), route.local.data(), route.local.size()) != 0) {
@@ -143,19 +152,18 @@ bool EchoSocket::send(const Echo& echo, EchoProblem& problem) {
 
 std::optional<EchoReply> EchoSocket::receive(const Echo& expected, const Deadline& deadline) {
     // What arrived in time is still looked at, however late this thread is; but not without end.
-    for (int leftWhenLate = packetsWhenLate; leftWhenLate > 0;) {
-        const bool late = deadline.passed();
+    for (bool late = deadline.passed(); !late || leftWhenLate_ > 0; late = deadline.passed()) {
         pollfd readable{fd_.get(), POLLIN, 0};
         const int ready = ::poll(&readable, 1, deadline.pollTimeout());
         if (ready == 0) {
             return std::nullopt;  // time is over, and nothing is there
         }
+        leftWhenLate_ -= late ? 1 : 0;
         if (ready > 0) {
             if (const auto reply = take(expected)) {
                 return reply;
             }
         }
-        leftWhenLate -= late ? 1 : 0;
     }
     return std::nullopt;
 }

@@ -14,8 +14,8 @@
 
 namespace KORA::HA::Daemon::support {
 
-/// Why no echo can be sent. `lasting`: a wrong setting or a missing right, which trying again
-/// within the same probe cannot mend; else the state of the link.
+/// Why no echo can be sent. `lasting`: a wrong setting or no right to such a socket, which trying
+/// again within the same probe cannot mend; else the state of the link or of the packet filter.
 struct EchoProblem {
     bool lasting = false;
     std::string reason;
@@ -55,7 +55,7 @@ class EchoSocket {
 
     /// Waits for the next reply to an echo with this id and cookie; what is late, foreign or
     /// damaged is passed over. Nothing at the deadline; replies that are there already still count
-    /// then.
+    /// then, up to a number over all calls: a loop in the network repeats them without end.
     std::optional<EchoReply> receive(const Echo& expected, const Deadline& deadline);
 
   private:
@@ -67,6 +67,7 @@ class EchoSocket {
     UniqueFd fd_;
     bool raw_;
     IpAddress peer_;
+    int leftWhenLate_;
 };
 
 }  // namespace KORA::HA::Daemon::support

@@ -2,8 +2,9 @@
 // What heartbeatLatency answers when it has no round trip to tell:
 //
 // - Too few echoes were answered, or the link did not let them out (interface down or missing,
-//   address not there, network unreachable; tried again until the time is over): the time really
-//   waited. It is a true lower bound, above any sane threshold, and a fresh sample each time.
+//   address not there, network unreachable, packet filter; tried again until the time is over): the
+//   time really waited. It is a true lower bound, above any sane threshold, and a fresh sample each
+//   time.
 // - Nothing can ever be measured (an address that is none, no right to open the socket, no memory):
 //   infinity, at once. Nothing was waited for, so no number of milliseconds would be true; infinity
 //   cannot be taken for a normal heartbeat, and being the same each time never looks like a fresh

@@ -198,6 +198,20 @@ TEST(HeartbeatLatency, AMissingInterfaceGivesTheTimeWaitedAndAFailedReading) {
     });
 }
 
+TEST(HeartbeatLatency, RefusedSendsGiveAFreshSampleOfTheTimeWaited) {
+    inOwnNetwork([] {
+        const TunPeer peer(TunPeer::honest);
+        useTunnel();
+        koraha::test::command("ip xfrm policy add dst 192.0.2.2 dir out action block");
+        const float latency = heartbeatLatency();
+        EXPECT_GE(latency, 1500.0F);
+        EXPECT_TRUE(std::isfinite(latency));
+        EXPECT_FALSE(isValid());
+        EXPECT_EQ(lastSample().value, latency);
+        EXPECT_EQ(peer.requests(), 0U);
+    });
+}
+
 TEST(HeartbeatLatency, AWrongAddressIsInfiniteAtOnceAndNoSample) {
     inOwnNetwork([] {
         useTunnel();
