@@ -42,10 +42,7 @@ bool Status::isRemoteAlive() const {
 }
 
 void Status::setErrHandlingDisk(const Json::Value& disks) {
-    Json::Value copy = copyOf(disks);
-    const std::lock_guard lock(mutex_);
-    errHandlingDisk_.swap(copy);
-    rememberNames(disks);
+    store(errHandlingDisk_, disks);
 }
 
 Json::Value Status::getErrHandlingDisk() const {
@@ -54,10 +51,7 @@ Json::Value Status::getErrHandlingDisk() const {
 }
 
 void Status::setErrHandlingDiskRemote(const Json::Value& disks) {
-    Json::Value copy = copyOf(disks);
-    const std::lock_guard lock(mutex_);
-    errHandlingDiskRemote_.swap(copy);
-    rememberNames(disks);
+    store(errHandlingDiskRemote_, disks);
 }
 
 Json::Value Status::getErrHandlingDiskRemote() const {
@@ -72,11 +66,27 @@ std::set<std::string> Status::getErrHandlingDisksSeen() const try {
     return {};
 }
 
-// A peer that makes up new names at every pass must not make this process grow.
-void Status::rememberNames(const Json::Value& disks) try {
-    if (!disks.isArray()) {
-        return;
+// The system logger may be stuck: it is told when nobody waits for the lock.
+void Status::store(Json::Value& kept, const Json::Value& disks) {
+    Json::Value copy = copyOf(disks);
+    bool allRemembered = true;
+    {
+        const std::lock_guard lock(mutex_);
+        kept.swap(copy);
+        allRemembered = rememberNames(disks);
     }
+    if (!allRemembered) {
+        namesDropped.raise("too many disk names under error handling: new ones are not kept");
+    }
+}
+
+// A peer that makes up new names at every pass must not make this process grow. False when
+// there were too many.
+bool Status::rememberNames(const Json::Value& disks) try {
+    if (!disks.isArray()) {
+        return true;
+    }
+    bool all = true;
     for (const Json::Value& disk : disks) {
         if (!disk.isString() || disk.asString().size() > nameLengthLimit) {
             continue;
@@ -84,11 +94,12 @@ void Status::rememberNames(const Json::Value& disks) try {
         if (errHandlingDisksSeen_.size() < namesSeenLimit) {
             errHandlingDisksSeen_.insert(disk.asString());
         } else if (!errHandlingDisksSeen_.contains(disk.asString())) {
-            namesDropped.raise("too many disk names under error handling: new ones are not kept");
+            all = false;
         }
     }
+    return all;
 } catch (const std::exception&) {
-    return;  // a name more or less is not worth the caller's end
+    return true;  // a name more or less is not worth the caller's end
 }
 
 }  // namespace KORA::HA::Daemon

@@ -52,7 +52,8 @@ class KORAHA_EXPORT Status {
     std::set<std::string> getErrHandlingDisksSeen() const;
 
   private:
-    void rememberNames(const Json::Value& disks);
+    void store(Json::Value& kept, const Json::Value& disks);
+    bool rememberNames(const Json::Value& disks);
 
     mutable std::mutex mutex_;  // guards everything below
     bool remoteAlive_ = false;

@@ -3,12 +3,17 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+#include <optional>
 #include <string>
 #include <thread>
+
+#include "tests/support/told.h"
 
 namespace {
 
 using KORA::HA::Daemon::Status;
+using namespace std::chrono_literals;
 
 Json::Value listOf(std::initializer_list<const char*> names) {
     Json::Value list(Json::arrayValue);
@@ -54,6 +59,26 @@ TEST(Status, StoresWhateverItIsGivenButRemembersOnlyNames) {
     status.setErrHandlingDiskRemote(Json::Value(3.5));
     EXPECT_EQ(status.getErrHandlingDiskRemote(), Json::Value(3.5));
     EXPECT_EQ(status.getErrHandlingDisksSeen(), std::set<std::string>{"sda"});
+}
+
+TEST(Status, IsReadWhileItTellsAStuckSystemLogOfTooManyNames) {
+    Status status;
+    status.setRemoteAlive(true);
+    for (int pass = 0; pass < 1024; ++pass) {
+        status.setErrHandlingDisk(listOf({("local" + std::to_string(pass)).c_str()}));
+    }
+    std::optional<koraha::test::StuckSystemLog> stuck;
+    stuck.emplace();
+    const auto told = std::async(std::launch::async,
+                                 [&] { status.setErrHandlingDiskRemote(listOf({"one more"})); });
+    while (!stuck->isWaitedFor() && told.wait_for(1ms) != std::future_status::ready) {
+    }
+    EXPECT_TRUE(stuck->isWaitedFor());
+    const auto alive = std::async(std::launch::async, [&] { return status.isRemoteAlive(); });
+    EXPECT_EQ(alive.wait_for(20s), std::future_status::ready);
+    stuck.reset();
+    told.wait();
+    EXPECT_EQ(koraha::test::timesTold("too many disk names under error handling"), 1U);
 }
 
 TEST(Status, RemembersTheNamesOfBothNodesWithABound) {
