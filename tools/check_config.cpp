@@ -103,16 +103,17 @@ void checkMember(ConfType type, const std::string& key, const Json::Value& value
         }
         findings.notes.push_back(key + ": a text that spells a number counts as that number");
         judgeNumber(type, key, *number, findings);
-    } else if (value.isNumeric()) {
-        if (!isReal(type) && !value.isInt() && value.asDouble() > -2147483649.0 &&
-            value.asDouble() < 2147483648.0) {
-            findings.notes.push_back(key + ": a whole number is read, the fraction is cut off");
-        } else if (!isReal(type) && !value.isInt()) {
+    } else {
+        if (value.isNull() || value.isBool()) {
+            findings.problems.push_back(key + ": " + (value.isNull() ? "null" : value.asString()) +
+                                        " counts as " + std::to_string(value.asInt()) +
+                                        ", not as the default");
+        } else if (!isReal(type) && !fitsWhole(value.asDouble())) {
             findings.problems.push_back(key + ": out of range; it ends the daemon when it is read");
+        } else if (!isReal(type) && !value.isInt()) {
+            findings.notes.push_back(key + ": a whole number is read, the fraction is cut off");
         }
         judgeNumber(type, key, value.asDouble(), findings);
-    } else {
-        findings.problems.push_back(key + ": neither a number nor a text that spells one");
     }
 }
 

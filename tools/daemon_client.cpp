@@ -61,8 +61,9 @@ std::string DaemonClient::open(const std::string& path, int timeoutMs) {
         if (errno == EAGAIN) {
             return "nobody was let in within " + secondsText(timeoutMs);
         }
+        forbidden_ = errno == EACCES;
         return std::strerror(errno) +
-               std::string(errno == EACCES ? "; root and the group koraha may ask" : "");
+               std::string(forbidden_ ? "; root and the group koraha may ask" : "");
     }
     return belongsToRoot(fd_) ? "" : "the server there is not root's, so it is not believed";
 }

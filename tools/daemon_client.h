@@ -20,6 +20,9 @@ class DaemonClient {
     DaemonClient(const DaemonClient&) = delete;
     DaemonClient& operator=(const DaemonClient&) = delete;
 
+    /// Whether there is no connection since this user may not ask.
+    bool forbidden() const { return forbidden_; }
+
     /// Sends one request line.
     bool send(const std::string& line) const;
     /// The next line without its end; nothing when none came within `timeoutMs`, or the daemon
@@ -37,6 +40,7 @@ class DaemonClient {
     std::string open(const std::string& path, int timeoutMs);
 
     int fd_ = -1;
+    bool forbidden_ = false;
     std::string buffer_;
     std::size_t searched_ = 0;  // so much of the buffer holds no end of a line
 };

@@ -9,6 +9,7 @@ namespace korahamonctl {
 DaemonSaid queryDaemon(const std::string& socketPath, const std::string& request, int timeoutMs) {
     DaemonSaid said;
     DaemonClient client(socketPath, said.problem, timeoutMs);
+    said.forbidden = client.forbidden();
     if (!said.problem.empty()) {
         said.problem = visible(socketPath) + ": " + said.problem;
     } else if (!client.send(R"({"request":")" + request + R"("})")) {

@@ -9,6 +9,7 @@ namespace korahamonctl {
 struct DaemonSaid {
     std::string line;
     std::string problem;
+    bool forbidden = false;  ///< there is none since this user may not ask
 };
 
 inline constexpr int statusTimeoutMs = 3000;

@@ -8,6 +8,7 @@
 //   View member(const char*) const       a view of nothing where there is none
 //   std::optional<bool> flag() const, std::optional<double> number() const,
 //   std::optional<std::string> text() const, bool isObject() const, bool isList() const
+//   bool isNull() const                  null stands there, which is not the same as nothing
 //   std::size_t size() const, View item(std::size_t) const    of a list
 // Somebody else has put the document together: nothing is taken for granted.
 namespace korahamonctl {
@@ -68,7 +69,10 @@ Configured configuredFrom(const View& value) {
     if (auto text = value.text()) {
         return *std::move(text);
     }
-    const auto number = value.number();
+    if (const auto flag = value.flag()) {
+        return *flag ? 1.0 : 0.0;
+    }
+    const auto number = value.isNull() ? 0.0 : value.number();
     return number ? Configured(*number) : Configured();
 }
 

@@ -25,6 +25,7 @@ class JsonView {
     std::optional<std::string> text() const {
         return value_->isString() ? std::optional(value_->asString()) : std::nullopt;
     }
+    bool isNull() const { return value_->isNull() && value_ != &Json::Value::nullSingleton(); }
     bool isObject() const { return value_->isObject(); }
     bool isList() const { return value_->isArray(); }
     std::size_t size() const { return value_->size(); }

@@ -7,8 +7,7 @@
 namespace korahamonctl {
 
 const Json::Value& member(const Json::Value& object, const std::string& key) {
-    static const Json::Value none;
-    return object.isObject() ? object[key] : none;
+    return object.isObject() ? object[key] : Json::Value::nullSingleton();
 }
 
 bool isTrue(const Json::Value& value) {

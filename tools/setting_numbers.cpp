@@ -17,6 +17,11 @@ std::optional<double> numberIn(ConfType type, const std::string& text) {
     return KORA::HA::Daemon::intFromText(text);
 }
 
+// The fraction is cut off after that: one above the greatest number is too much.
+bool fitsWhole(double number) {
+    return number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max();
+}
+
 bool isReal(ConfType type) {
     return type == KORA::HA::Daemon::THR_OF_HB_LATENCY ||
            type == KORA::HA::Daemon::THR_OF_HB_PKT_DROP;
@@ -35,9 +40,7 @@ double settingFrom(const Configured& configured, ConfType type) {
     if (isReal(type)) {
         return *number;
     }
-    const bool isInt =
-        *number >= std::numeric_limits<int>::min() && *number <= std::numeric_limits<int>::max();
-    return isInt ? std::trunc(*number) : fallback;
+    return fitsWhole(*number) ? std::trunc(*number) : fallback;
 }
 
 }  // namespace korahamonctl

@@ -45,7 +45,8 @@ std::optional<Json::Value> parseStatus(const std::string& line, std::string& pro
 
 StatusAnswer askDaemon(const std::string& socketPath, const std::string& request, int timeoutMs) {
     DaemonSaid said = queryDaemon(socketPath, request, timeoutMs);
-    StatusAnswer answer{std::move(said.line), std::nullopt, std::move(said.problem)};
+    StatusAnswer answer{std::move(said.line), std::nullopt, std::move(said.problem),
+                        said.forbidden};
     if (answer.problem.empty()) {
         answer.status = parseStatus(answer.line, answer.problem);
     }

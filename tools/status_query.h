@@ -17,6 +17,7 @@ struct StatusAnswer {
     std::string line;                   ///< as it came
     std::optional<Json::Value> status;  ///< nothing when there was no answer to believe
     std::string problem;                ///< why there was none; safe to print
+    bool forbidden = false;             ///< that was since this user may not ask
 };
 
 /// Asks the daemon behind a socket for its "status", or its "history"; connecting and answering may

@@ -2,6 +2,7 @@
 #include "tools/status_view.h"
 
 #include <algorithm>
+#include <array>
 
 #include "tools/status_judgement.h"
 #include "tools/status_words.h"
@@ -51,6 +52,32 @@ std::string lineIfAny(const char* label, const std::optional<Names>& names) {
     return hasItems(names) ? line(label, joined(*names)) : std::string();
 }
 
+struct DiskList {
+    const char* label;
+    const char* flag;  // the names count for no more than it
+    bool ofPeer;
+    std::optional<Names> HealthRecord::*names;
+};
+
+constexpr std::array<DiskList, 2> diskLists = {
+    {{"disks in EH here", "localDiskErrHandling", false, &HealthRecord::errHandlingDisks},
+     {"disks in EH, peer", "remoteDiskErrHandling", true, &HealthRecord::errHandlingDisksRemote}}};
+
+bool isKnown(const HealthRecord& record, const char* key, const Paces& paces) {
+    return knowledgeOf(record.reading(key), key, paces) == Knowledge::known;
+}
+
+std::string disksText(const HealthRecord& record, const Paces& paces) {
+    std::string text;
+    for (const DiskList& list : diskLists) {
+        if (hasItems(record.*list.names)) {
+            text += line(list.label, (isKnown(record, list.flag, paces) ? "" : "last known: ") +
+                                         joined(*(record.*list.names)));
+        }
+    }
+    return text;
+}
+
 std::string arraysText(const std::optional<Names>& arrays) {
     return arrays ? lineIfAny("DEGRADED arrays", arrays) : line("degraded arrays", "unknown");
 }
@@ -94,8 +121,7 @@ std::string statusText(const HealthRecord& record, const Paces& paces) {
     }
     text += line("heartbeat", measureText(record, "hbLatency", paces, "%.3f ms"));
     text += line("failed packets", measureText(record, "netNonOkRate", paces, "%.6f of all"));
-    text += lineIfAny("disks in EH here", record.errHandlingDisks);
-    text += lineIfAny("disks in EH, peer", record.errHandlingDisksRemote);
+    text += disksText(record, paces);
     text += arraysText(record.degradedArrays);
     text += constraintsText(record.constraints);
     text += restartText(record.lastRestart);
@@ -115,13 +141,13 @@ std::string oneLine(const HealthRecord& record, const Paces& paces) {
                 (knowledge == Knowledge::unknown ? "unknown" : wordOf(row, reading)) +
                 (knowledge == Knowledge::stale ? " (STALE)" : "");
     }
-    const Reading& latency = record.reading("hbLatency");
-    if (!away && knowledgeOf(latency, "hbLatency", paces) == Knowledge::known) {
-        text += "; " + formatted("%.1f ms", numberOf(latency));
+    if (!away && isKnown(record, "hbLatency", paces)) {
+        text += "; " + formatted("%.1f ms", numberOf(record.reading("hbLatency")));
     }
-    for (const auto* const names : {&record.errHandlingDisks, &record.errHandlingDisksRemote}) {
-        if (hasItems(*names)) {
-            text += "; " + joined(**names);
+    for (const DiskList& list : diskLists) {
+        const bool told = !(list.ofPeer && away) && isKnown(record, list.flag, paces);
+        if (told && hasItems(record.*list.names)) {
+            text += "; " + joined(*(record.*list.names));
         }
     }
     return hasItems(record.degradedArrays) ? text + "; DEGRADED: " + joined(*record.degradedArrays)

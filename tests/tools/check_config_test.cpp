@@ -15,6 +15,7 @@ namespace {
 using koraha::test::ScratchDir;
 using korahamonctl::checkConfigText;
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -80,13 +81,25 @@ TEST(CheckConfig, TellsTypesThatTheDaemonCannotUse) {
                     ElementsAre(HasSubstr("ends the daemon")))
             << value;
     }
-    for (const char* value : {"true", "null"}) {
+    for (const char* value : {"3000000000", "2147483647.5", "2147483648.0"}) {
         EXPECT_THAT(problemsOf("\"SIZE_MAX_OF_LOG_FILE\":" + std::string(value)),
-                    ElementsAre(HasSubstr("neither a number nor")))
+                    ElementsAre(HasSubstr("out of range")))
             << value;
     }
-    EXPECT_THAT(problemsOf("\"SIZE_MAX_OF_LOG_FILE\":3000000000"),
-                ElementsAre(HasSubstr("out of range")));
+    EXPECT_THAT(problemsOf("\"SIZE_MAX_OF_LOG_FILE\":-2147483648.5"),
+                Contains(HasSubstr("out of range")));
+    for (const char* value : {"2147483647", "2147483646.5"}) {
+        EXPECT_THAT(problemsOf("\"SIZE_MAX_OF_LOG_FILE\":" + std::string(value)), IsEmpty());
+    }
+}
+
+TEST(CheckConfig, JudgesNullTrueAndFalseAsTheNumbersThatTheyCountAs) {
+    EXPECT_THAT(problemsOf("\"SIZE_MAX_OF_LOG_FILE\":true"),
+                ElementsAre(HasSubstr("true counts as 1, not as the default")));
+    EXPECT_THAT(problemsOf("\"SIZE_MAX_OF_LOG_FILE\":false"),
+                ElementsAre(HasSubstr("false counts as 0"), HasSubstr("rotated at each check")));
+    EXPECT_THAT(problemsOf("\"THR_OF_HB_LATENCY\":null"),
+                ElementsAre(HasSubstr("null counts as 0"), HasSubstr("reached by every sample")));
 }
 
 TEST(CheckConfig, JudgesTextsAsTheDaemonReadsThem) {

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -36,6 +37,17 @@ struct Doctor : ::testing::Test {
         std::ostringstream out;
         code = korahamonctl::examineNode(options, out, node.root());
         return out.str();
+    }
+    // As a user who may read what others may; empty where there is no other user to be.
+    std::string lookAsNobody() {
+        constexpr uid_t nobody = 65534;
+        EXPECT_EQ(::chmod(node.path("/..").c_str(), 0755), 0);
+        if (::syscall(SYS_setresuid, -1, nobody, -1) != 0) {
+            return {};
+        }
+        const std::string text = look();
+        EXPECT_EQ(::syscall(SYS_setresuid, -1, 0, -1), 0);
+        return text;
     }
     // What is bad has its remedy in the next line, and makes the whole end with 1.
     void expectBad(const std::string& point) {
@@ -85,6 +97,32 @@ TEST_F(Doctor, ExaminesTheDirectories) {
     expectBad("directory /tmp/ha: is no directory");
     ASSERT_EQ(::chmod(node.path("/var/lib/ha").c_str(), 0777), 0);
     expectBad("directory /var/lib/ha: may be changed by everybody");
+}
+
+TEST_F(Doctor, FindsFaultWithADirectoryOfTheBuffersThatAGroupMayChange) {
+    ASSERT_EQ(::chmod(node.path("/var/log/ha").c_str(), 0775), 0);
+    expectFine("directory /var/log/ha: is there");
+    ASSERT_EQ(::chmod(node.path("/run/koraha").c_str(), 0775), 0);
+    expectBad("directory /run/koraha: may be changed by its group");
+    ASSERT_EQ(::chmod(node.path("/run/koraha").c_str(), 0700), 0);
+    expectFine("directory /run/koraha: is there");
+}
+
+// The key is root's alone, and so is this daemon's socket.
+TEST_F(Doctor, SendsForRootWhereThisUserMayNotLook) {
+    node.write("/var/lib/ha/hasupport.conf", "{}", 0600);
+    const std::string text = lookAsNobody();
+    if (text.empty()) {
+        GTEST_SKIP() << "there is no other user here to be";
+    }
+    for (const char* finding :
+         {"note  key for the peer: cannot be read\n", "note  support settings: cannot be read\n",
+          "note  port 8909: is taken; whether by the daemon is not known\n",
+          "Permission denied; root and the group koraha may ask\n"}) {
+        EXPECT_THAT(text, HasSubstr(std::string(finding) + "      mend: run this as root\n"));
+    }
+    ASSERT_EQ(::chmod(node.path("/var/lib/ha/peer.key").c_str(), 0644), 0);
+    EXPECT_THAT(lookAsNobody(), HasSubstr("BAD   key for the peer: is refused"));
 }
 
 TEST_F(Doctor, KnowsTheDirectoriesThatTheDaemonMakes) {
@@ -188,7 +226,10 @@ TEST_F(Doctor, ExaminesWhatIsKnownWithoutADaemon) {
     daemon.reset();
     node.write("/proc/self/limits", "Max locked memory         unlimited  unlimited  bytes\n");
     expectBad("daemon: does not answer: /nonexistent/socket: No such file");
-    expectBad("port 8909: is taken by something else");
+    expectBad(
+        "port 8909: is taken: by a daemon that does not answer, or by something else\n"
+        "      mend: ss -ltnp names it\n");
+    EXPECT_THAT(look(), HasSubstr("if it hangs, restart it, else start it as: "));
     node.remove("/proc/net/tcp");
     EXPECT_THAT(look(), HasSubstr("ok    port 8909: is free"));
     EXPECT_THAT(look(), HasSubstr("ok    memory lock limit of this shell: unlimited"));

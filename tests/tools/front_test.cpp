@@ -160,6 +160,7 @@ TEST(Front, TakesTheSameCriteriaFromAConfiguration) {
         }
     }
     EXPECT_EQ(plainCriteria(R"({"BASE_INTERVAL_ACTIVE":"300"})")->paces.checks, 300);
+    EXPECT_EQ(plainCriteria(R"({"THR_OF_HB_LATENCY":null})")->latencyThreshold, 0);
     for (const char* text : {"", "[]", "{", "{}x", "\xef\xbb\xbf{}", "{/* */}"}) {
         EXPECT_FALSE(plainCriteria(text)) << text;
     }

@@ -32,10 +32,16 @@ TEST(Paces, KeepTheDefaultForWhatIsUnusable) {
     for (const char* text :
          {"", "[", "[1]", "7", "null", R"({"BASE_INTERVAL_BUSY_FLAG":-5})",
           R"({"BASE_INTERVAL_BUSY_FLAG":"soon"})", R"({"BASE_INTERVAL_BUSY_FLAG":[]})",
-          R"({"BASE_INTERVAL_BUSY_FLAG":9e99})", R"({"BASE_INTERVAL_BUSY_FLAG":null})"}) {
+          R"({"BASE_INTERVAL_BUSY_FLAG":9e99})"}) {
         EXPECT_EQ(pacesFrom(text).peer, 5) << text;
     }
     EXPECT_EQ(pacesFrom(std::string(100'000, '[')).checks, 20);
+}
+
+TEST(Paces, CountNullTrueAndFalseAsTheDaemonDoes) {
+    EXPECT_EQ(pacesFrom(R"({"BASE_INTERVAL_BUSY_FLAG":null})").peer, 0);
+    EXPECT_EQ(pacesFrom(R"({"BASE_INTERVAL_BUSY_FLAG":false})").peer, 0);
+    EXPECT_EQ(pacesFrom(R"({"BASE_INTERVAL_BUSY_FLAG":true})").peer, 1);
 }
 
 TEST(Paces, OfAFileThatIsNotThereOrIsNone) {

@@ -14,6 +14,7 @@ using koraha::test::healthyAged;
 using koraha::test::healthyBut;
 using koraha::test::healthyStatus;
 using koraha::test::healthyWithout;
+using ::testing::AllOf;
 using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -85,6 +86,26 @@ TEST(View, MarksWhatIsStale) {
     EXPECT_THAT(shown(healthyAged("remoteAlive", 100)),
                 HasSubstr("peer                alive  (100 s ago)  STALE\n"));
     EXPECT_THAT(oneLine(healthyAged("remoteAlive", 100)), HasSubstr("peer: alive (STALE)"));
+}
+
+TEST(View, NamesDisksForNoMoreThanTheFlagThatGoesWithThem) {
+    Json::Value status = healthyAged("remoteDiskErrHandling", 300);
+    status["errHandlingDisks"].append("sda");
+    status["errHandlingDisksRemote"].append("sdx");
+    EXPECT_THAT(shown(status), HasSubstr("\ndisks in EH here    sda\n"
+                                         "disks in EH, peer   last known: sdx\n"));
+    EXPECT_THAT(oneLine(status), AllOf(HasSubstr("; sda"), Not(HasSubstr("sdx"))));
+    status["readings"]["localDiskErrHandling"]["valid"] = false;
+    EXPECT_THAT(shown(status), HasSubstr("\ndisks in EH here    last known: sda\n"));
+    EXPECT_THAT(oneLine(status), Not(HasSubstr("sda")));
+}
+
+TEST(OneLine, NamesThePeersDisksOnlyWhileItIsInReach) {
+    Json::Value status = healthyStatus();
+    status["errHandlingDisksRemote"].append("sdx");
+    EXPECT_THAT(oneLine(status), HasSubstr("; sdx"));
+    status["remoteAlive"] = false;
+    EXPECT_THAT(oneLine(status), Not(HasSubstr("sdx")));
 }
 
 TEST(View, ShowsTheLastRestart) {

@@ -19,6 +19,9 @@ using KORA::HA::Daemon::support::readLine;
 constexpr std::size_t wordLimit = 64;
 constexpr const char* howToStart =
     "start it as: koraharemotemond LOCAL_ADDRESS PEER_ADDRESS INTERFACE";
+constexpr const char* howToRevive =
+    "systemctl status koraharemotemond tells whether it runs; if it hangs, restart it, else start "
+    "it as: koraharemotemond LOCAL_ADDRESS PEER_ADDRESS INTERFACE";
 
 void examineHealth(const Node& node, Findings& findings) {
     const auto concerns = concernsIn(*node.answer.status, pacesOfFile(node.configuration));
@@ -91,7 +94,8 @@ Finding examineInterface(const Node& node, const std::string& name) {
 
 Findings examineDaemon(const Node& node) {
     if (!node.answer.status) {
-        return {{Verdict::bad, "daemon", "does not answer: " + node.answer.problem, howToStart}};
+        const std::string remedy = node.answer.forbidden ? runAsRoot : howToRevive;
+        return {{Verdict::bad, "daemon", "does not answer: " + node.answer.problem, remedy}};
     }
     Findings findings = {{Verdict::fine, "daemon", "answers", ""}};
     examineVersion(node, findings);
@@ -101,7 +105,7 @@ Findings examineDaemon(const Node& node) {
         findings.push_back(examineAddresses(words[1], words[2]));
         findings.push_back(examineInterface(node, words[3]));
     } else {
-        findings.push_back({Verdict::note, "arguments", "cannot be read", "run this as root"});
+        findings.push_back({Verdict::note, "arguments", "cannot be read", runAsRoot});
     }
     examineHealth(node, findings);
     return findings;

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::uint64_t roomForLogs = std::uint64_t{16} << 20U;
 
-// Empty when the directory is one that only root may change.
-std::string problemWith(const std::string& path) {
+// Empty when the directory is one of root's that nobody with one of these rights may change.
+std::string problemWith(const std::string& path, mode_t forbidden) {
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0) {
         return std::strerror(errno);
@@ -26,7 +26,11 @@ std::string problemWith(const std::string& path) {
     if (info.st_uid != 0) {
         return "does not belong to root";
     }
-    return (info.st_mode & S_IWOTH) != 0 ? "may be changed by everybody" : "";
+    if ((info.st_mode & forbidden) != 0) {
+        return (info.st_mode & S_IWOTH) != 0 ? "may be changed by everybody"
+                                             : "may be changed by its group";
+    }
+    return "";
 }
 
 bool isMissing(const std::string& path) {
@@ -34,8 +38,9 @@ bool isMissing(const std::string& path) {
     return ::lstat(path.c_str(), &info) != 0 && errno == ENOENT;
 }
 
-Finding examine(const Node& node, const std::string& path, const std::string& remedy) {
-    const std::string problem = problemWith(node.path(path));
+Finding examine(const Node& node, const std::string& path, const std::string& remedy,
+                mode_t forbidden = S_IWOTH) {
+    const std::string problem = problemWith(node.path(path), forbidden);
     if (problem.empty()) {
         return {Verdict::fine, "directory " + path, "is there", ""};
     }
@@ -43,12 +48,13 @@ Finding examine(const Node& node, const std::string& path, const std::string& re
 }
 
 // What the daemon makes by itself when it is missing.
-Finding examineOwn(const Node& node, const std::string& path) {
+Finding examineOwn(const Node& node, const std::string& path, mode_t forbidden) {
     if (isMissing(node.path(path))) {
         return {Verdict::note, "directory " + path, "is not there yet: the daemon makes it",
                 "nothing, or start the daemon"};
     }
-    return examine(node, path, "make it a directory of root that nobody else may write to");
+    return examine(node, path, "make it a directory of root that nobody else may write to",
+                   forbidden);
 }
 
 Finding examineRoom(const Node& node) {
@@ -81,9 +87,10 @@ Findings examineDirectories(const Node& node) {
     findings.push_back(examine(node, "/var/lib/ha",
                                "install -d -o root -m 0755 /var/lib/ha: without it the peer is "
                                "never restarted"));
-    findings.push_back(examineOwn(node, "/var/log/ha"));
+    findings.push_back(examineOwn(node, "/var/log/ha", S_IWOTH));
     findings.push_back(examineRoom(node));
-    findings.push_back(examineOwn(node, "/run/koraha"));
+    // The buffers of the logs lie there: the daemon does without them where its group may write.
+    findings.push_back(examineOwn(node, "/run/koraha", S_IWGRP | S_IWOTH));
     if (::access(node.path("/var/lib/ha/maintenance").c_str(), F_OK) == 0) {
         findings.push_back({Verdict::note, "maintenance",
                             "the marker forbids that this node restarts its peer",

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
 #include <sodium.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "hasupport/io/open_file.h"
 #include "hasupport/io/read_file.h"
 #include "hasupport/io/trusted_file.h"
 #include "hasupport/peer/peer_key.h"
@@ -36,6 +38,12 @@ std::string hex(const KeyId& id) {
     std::array<char, 2 * sizeof(KeyId) + 1> text{};
     ::sodium_bin2hex(text.data(), text.size(), id.data(), id.size());
     return text.data();
+}
+
+// Whether a file is there that this user may not read; root may, so nothing is wrong with it yet.
+bool isHidden(const std::string& path) {
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+    return ::geteuid() != 0 && !openFile(path, flags) && errno == EACCES;
 }
 
 // Empty when the program can be run and only root may change it.
@@ -87,6 +95,9 @@ Findings examineSettings(Node& node) {
     if (!file.present) {
         return {{Verdict::fine, point, "there is no file: every setting has its default", ""}};
     }
+    if (!file.text && isHidden(node.path(settingsFile))) {
+        return {{Verdict::note, point, "cannot be read", runAsRoot}};
+    }
     const std::string remedy = std::string("mend ") + settingsFile + ", and restart the daemon";
     if (!file.text) {
         return {{Verdict::bad, point, "the file is ignored: it " + file.problem, remedy}};
@@ -101,7 +112,11 @@ Findings examineSettings(Node& node) {
 
 Findings examineKey(const Node& node) {
     const std::string point = "key for the peer";
-    const PeerKeys keys = readPeerKeys(node.path("/var/lib/ha/peer.key"));
+    const std::string path = node.path("/var/lib/ha/peer.key");
+    const PeerKeys keys = readPeerKeys(path);
+    if (!keys.usable() && (isHidden(path) || isHidden(path + ".next"))) {
+        return {{Verdict::note, point, "cannot be read", runAsRoot}};
+    }
     if (!keys.usable()) {
         return {{Verdict::bad, point, "is refused: " + visible(keys.problem, textLimit),
                  "make it 32 bytes of root's with mode 0600, the same on both nodes"}};

@@ -27,6 +27,9 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
+/// The remedy where only root may look.
+inline constexpr const char* runAsRoot = "run this as root";
+
 /// The node that is looked at, and what is already known of it.
 struct Node {
     std::string root;           ///< put before each path; empty: this system

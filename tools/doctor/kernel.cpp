@@ -56,10 +56,13 @@ Findings examinePort(const Node& node) {
         return {{Verdict::bad, point, "is not open, so the peer cannot ask this node",
                  "the system log says why: look for \"the peer is not served\""}};
     }
+    if (node.answer.forbidden && taken) {
+        return {{Verdict::note, point, "is taken; whether by the daemon is not known", runAsRoot}};
+    }
     if (!node.answer.status && taken) {
-        return {{Verdict::bad, point, "is taken by something else than the daemon",
-                 "free it, or set another one on both nodes (\"port\" in "
-                 "/var/lib/ha/hasupport.conf)"}};
+        return {{Verdict::bad, point,
+                 "is taken: by a daemon that does not answer, or by something else",
+                 "ss -ltnp names it"}};
     }
     return {{Verdict::fine, point, taken ? "is open for the peer" : "is free", ""}};
 }

@@ -68,7 +68,7 @@ Finding examineMemory(const Node& node) {
         return {Verdict::bad, point,
                 "of " + word + " bytes is too low: once it is reached, memory runs out", remedy};
     }
-    return {Verdict::note, point, "cannot be read", "run this as root"};
+    return {Verdict::note, point, "cannot be read", runAsRoot};
 }
 
 bool mayOpen(int type) {

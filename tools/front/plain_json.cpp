@@ -39,6 +39,7 @@ class View {
                    ? std::optional(value_->get_ref<const std::string&>())
                    : std::nullopt;
     }
+    bool isNull() const { return value_ != nullptr && value_->is_null(); }
     bool isObject() const { return value_ != nullptr && value_->is_object(); }
     bool isList() const { return value_ != nullptr && value_->is_array(); }
     std::size_t size() const { return value_->size(); }

@@ -69,6 +69,19 @@ Phrase namesPhrase(const Json::Value& names, const char* unknown, Ink ink) {
     return names.empty() ? Phrase{{"none"}, Ink::plain} : Phrase{{joined(names)}, ink};
 }
 
+// The names that stand with a flag count for no more than it.
+Phrase disksPhrase(const Scene& scene, const char* list, const char* flag) {
+    const Json::Value status = statusOf(scene);
+    if (!hasItems(member(status, list))) {
+        return {{""}, Ink::plain};
+    }
+    const std::string names = joined(member(status, list));
+    if (knowledgeOf(status, flag, scene.paces) == Knowledge::known) {
+        return {{"now: " + names, names}, Ink::bad};
+    }
+    return {{"last known: " + names, "STALE " + names}, Ink::doubtful};
+}
+
 }  // namespace
 
 Rows verdictRows(const Scene& scene, int width) {
@@ -102,7 +115,6 @@ Rows verdictRows(const Scene& scene, int width) {
 
 Rows sideRows(const Scene& scene, int width) {
     const Json::Value status = statusOf(scene);
-    const Phrase none = {{""}, Ink::plain};
     Rows rows;
     rows.push_back(
         {twoSides("", {{"THIS NODE"}, Ink::heading}, {{"PEER"}, Ink::heading}, width), 80});
@@ -112,15 +124,11 @@ Rows sideRows(const Scene& scene, int width) {
     rows.push_back({twoSides("disks", flagPhrase(scene, "localDiskErrHandling", true),
                              flagPhrase(scene, "remoteDiskErrHandling", true), width),
                     93});
-    const Json::Value& seen = member(status, "errHandlingDisks");
-    const Json::Value& remote = member(status, "errHandlingDisksRemote");
-    if (hasItems(seen) || hasItems(remote)) {
-        const std::string both = joined(seen);
-        const Phrase since = {{"since the start: " + both, both}, Ink::bad};
+    if (hasItems(member(status, "errHandlingDisks")) ||
+        hasItems(member(status, "errHandlingDisksRemote"))) {
         rows.push_back(
-            {twoSides("which", hasItems(seen) ? since : none,
-                      hasItems(remote) ? Phrase{{"now: " + joined(remote)}, Ink::bad} : none,
-                      width),
+            {twoSides("which", disksPhrase(scene, "errHandlingDisks", "localDiskErrHandling"),
+                      disksPhrase(scene, "errHandlingDisksRemote", "remoteDiskErrHandling"), width),
              92});
     }
     rows.push_back({twoSides("arrays", resyncPhrase(scene, "localMDResync"),

@@ -7,7 +7,7 @@
 namespace korahamonctl::watch {
 
 std::vector<Cells> helpLines() {
-    constexpr std::array<const char*, 21> lines = {
+    constexpr std::array<const char*, 20> lines = {
         "KEYS",
         "q  quit          ?  this page        l  the daemon's log or its events",
         "up, down, page up, page down, home, end   scroll log or events",
@@ -17,8 +17,7 @@ std::vector<Cells> helpLines() {
         "Behind each stands its age, the time since it was last measured.",
         "STALE    older than three times the pace of its measuring and 5 s",
         "unknown  could not be measured; the reason follows. It is not \"no\".",
-        "which    the disks seen in error handling since the daemon's start, on",
-        "         either node, and those that the peer reports now",
+        "which    the disks in error handling; \"last known\": it may be over",
         "constraints   why this node would not restart its peer now",
         "",
         "LAST HOUR   the newest at the right; the worst of each part counts",

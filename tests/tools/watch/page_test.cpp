@@ -151,12 +151,27 @@ TEST(Page, NeedsNoColours) {
     (*scene.status)["constraints"].append("an array is degraded: md1");
     (*scene.status)["hbLatency"] = 100.0;
     const std::string text = textOf(renderPage(scene, 80, 24));
-    for (const char* part :
-         {"ALARM: disk error handling here, degraded array md1\n", "ERROR HANDLING  3 s",
-          "since the start: sda", "now: sdx", "degraded    md1", "100.000 ms TOO HIGH",
-          "constraints an array is degraded: md1\n"}) {
+    for (const char* part : {"ALARM: disk error handling here, degraded array md1\n",
+                             "ERROR HANDLING  3 s", "now: sda", "now: sdx", "degraded    md1",
+                             "100.000 ms TOO HIGH", "constraints an array is degraded: md1\n"}) {
         EXPECT_THAT(text, HasSubstr(part));
     }
+}
+
+TEST(Page, NamesDisksForNoMoreThanTheFlagThatGoesWithThem) {
+    Scene scene = calmScene();
+    Json::Value& status = *scene.status;
+    status["errHandlingDisks"].append("sda");
+    status["errHandlingDisksRemote"].append("sdx");
+    status["readings"]["localDiskErrHandling"]["ageSeconds"] = 300;
+    status["readings"]["remoteDiskErrHandling"]["valid"] = false;
+    EXPECT_THAT(textOf(renderPage(scene, 80, 24)),
+                HasSubstr("\nwhich       last known: sda                   last known: sdx\n"));
+    status["readings"]["remoteDiskErrHandling"]["valid"] = true;
+    const Canvas page = renderPage(scene, 40, 10);
+    EXPECT_THAT(textOf(page), HasSubstr("\nwhich     STALE sda      now: sdx\n"));
+    status["errHandlingDisks"].clear();
+    EXPECT_THAT(textOf(renderPage(scene, 80, 24)), Not(HasSubstr("last known")));
 }
 
 TEST(Page, SumsUpTheHour) {
