@@ -50,8 +50,7 @@ std::string EventStream::news() {
     std::string text = begun_ ? "" : "retry: 2000\n\n";
     text += eventText("pair", pairView(seen));
     if (!begun_ || seen.history != history_ || Clock::now() - hourSent_ >= hourPace) {
-        const std::string hour = hourView(seen.history, secondsOfTheEpoch());
-        text += hour.empty() ? "" : eventText("hour", hour);
+        text += eventText("hour", hourView(seen.history, secondsOfTheEpoch()));
         history_ = seen.history;
         hourSent_ = Clock::now();
     }

@@ -29,7 +29,8 @@ class StreamPlace {
     std::atomic<int>& taken_;
 };
 
-/// What one page is sent: the pair once a second, the hour when it has changed.
+/// What one page is sent: the pair once a second, the hour when it has changed
+/// or is not to be had any more.
 class EventStream {
   public:
     EventStream(std::shared_ptr<StreamPlace> place, Observer& observer,

@@ -173,7 +173,7 @@ std::string pairView(const Observation& seen) {
 
 std::string hourView(const Json::Value& history, double now) {
     if (!history.isObject()) {
-        return {};
+        return "null";
     }
     constexpr double hour = 3600;
     const std::vector<HeartbeatSample> samples = heartbeatSamplesIn(history);

@@ -11,7 +11,7 @@ namespace korahamonctl {
 /// known, names and reasons bounded and visible.
 std::string pairView(const Observation& seen);
 
-/// The last hour for the page: the heartbeat in steps of half a minute, and the events; nothing
+/// The last hour for the page: the heartbeat in steps of half a minute, and the events; null
 /// when the history was not had. `now` is in seconds of the Unix epoch.
 std::string hourView(const Json::Value& history, double now);
 

@@ -80,6 +80,17 @@ TEST(Events, SayThatTheDaemonIsAway) {
     EXPECT_THAT(readUntil(page.get(), "\"up\":false"), HasSubstr("\"up\":false"));
 }
 
+TEST(Events, TakeBackTheHourOfADaemonThatHasGone) {
+    auto daemon = std::make_unique<StatusServer>(StatusServer::saying(lineOf(healthyStatus())));
+    const RunningExporter exporter(daemon->path());
+    const UniqueFd page = follow(exporter.port());
+    EXPECT_THAT(readUntil(page.get(), "\nevent: hour\ndata: {"),
+                HasSubstr("\nevent: hour\ndata: {"));
+    daemon.reset();
+    EXPECT_THAT(readUntil(page.get(), "\nevent: hour\ndata: null\n"),
+                HasSubstr("\nevent: hour\ndata: null\n"));
+}
+
 TEST(Events, AreForThirtyTwoPagesAtOnce) {
     const StatusServer daemon(StatusServer::saying(lineOf(healthyStatus())));
     const RunningExporter exporter(daemon.path());

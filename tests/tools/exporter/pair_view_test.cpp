@@ -131,7 +131,7 @@ TEST(HourView, JoinsSamplesInSteps) {
 }
 
 TEST(HourView, BearsWhatIsNoHistory) {
-    EXPECT_EQ(korahamonctl::hourView(Json::nullValue, 0), "");
+    EXPECT_EQ(korahamonctl::hourView(Json::nullValue, 0), "null");
     EXPECT_TRUE(
         parsed(korahamonctl::hourView(Json::Value(Json::objectValue), 0))["buckets"].empty());
     Json::Value odd;

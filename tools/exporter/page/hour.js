@@ -13,8 +13,39 @@ function curve(buckets, x, y, value) {
   return d;
 }
 let hourWidth = 30;
+let lastHour = null; // nothing while the daemon tells none
+let drawnUntil = null;
+
+function takeHour(hour) {
+  lastHour = hour;
+  if (hour === null) tellOldHour();
+  else drawHour(hour);
+}
+
+// What was drawn counts for no longer than somebody answers.
+function followHour(up) {
+  if (!up || lastHour === null) tellOldHour();
+  else if (byId("hour").dataset.state === "unknown") drawHour(lastHour);
+}
+
+function setHour(state, end) {
+  for (const id of ["hour", "hour-words", "events"]) byId(id).dataset.state = state;
+  byId("hour-end").textContent = end;
+}
+
+function tellOldHour() {
+  const until = drawnUntil === null ? null : new Date(drawnUntil * 1000).toLocaleTimeString();
+  setHour("unknown", until === null ? "?" : until);
+  byId("hour-words").textContent = marks.unknown + " Unknown now." +
+    (until === null ? "" : " Below is what was known at " + until + ".");
+  byId("events-words").textContent = until === null ? "" :
+    marks.unknown + " These are old: what has come after " + until + " is unknown.";
+}
 
 function drawHour(hour) {
+  setHour("good", "now");
+  drawnUntil = hour.now;
+  byId("events-words").textContent = "";
   hourWidth = hour.width;
   const buckets = hour.buckets;
   const highest = Math.max(0.1, ...buckets.map((bucket) => bucket.greatest)) * 1.1;

@@ -19,6 +19,7 @@ function show(pair) {
   drawLink(pair);
   drawArrays(pair);
   drawDisks(pair);
+  followHour(pair.up);
   tellValues(pair);
   tellForbidding(pair);
   tellAbout(pair);
@@ -36,7 +37,7 @@ function connect() {
     lastNews = performance.now();
     show(JSON.parse(event.data));
   });
-  source.addEventListener("hour", (event) => drawHour(JSON.parse(event.data)));
+  source.addEventListener("hour", (event) => takeHour(JSON.parse(event.data)));
   source.addEventListener("error", () => {
     if (source.readyState === EventSource.CLOSED) { // refused: as many pages as may follow already do
       lastNews = -silenceAllowed;
