@@ -3,6 +3,7 @@
 # shellcheck shell=bash
 
 started=$SECONDS
+PATH=$PATH:/usr/sbin:/sbin # an ordinary user's lacks them: modprobe, depmod, mke2fs, ip, drbdadm
 
 # say TEXT: a progress line with the time since the script started.
 say() {

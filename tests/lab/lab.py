@@ -5,6 +5,7 @@ import argparse
 import importlib.util
 import os
 import pathlib
+import shutil
 import signal
 import sys
 import time
@@ -13,10 +14,9 @@ import traceback
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 
-from lib import kernel  # noqa: E402
+from lib import host, jobs, kernel, system  # noqa: E402
 from lib.machine import has_kvm  # noqa: E402
-from lib.pair import Pair, sweep  # noqa: E402
-from lib.system import SystemPair  # noqa: E402
+from lib.pair import Pair  # noqa: E402
 
 
 def load(path):
@@ -30,13 +30,22 @@ def scenarios():
     return {path.stem: load(path) for path in sorted((HERE / "scenarios").glob("*.py"))}
 
 
-def prepare(cache, build):
-    root = kernel.unpack(cache)
-    archive = cache / "initramfs.cpio"
-    kernel.initramfs(root, HERE / "guest", archive)
-    paths = {"kernel": root, "initramfs": str(archive), "guest": HERE / "guest", "build": build}
-    paths["accelerator"] = accelerator(paths, cache)
-    return paths
+def places(options):
+    """Where the parts of all pairs are, once they are prepared."""
+    cache = options.cache.resolve()
+    return {"kernel": cache / "kernel", "initramfs": str(cache / "initramfs.cpio"), "guest": HERE / "guest",
+            "build": options.build.resolve(), "scratch": options.scratch, "accelerator": "tcg"}
+
+
+def prepare(paths, whole_system):
+    cache = paths["kernel"].parent
+    cache.mkdir(parents=True, exist_ok=True)
+    with host.alone(cache):
+        kernel.unpack(cache)
+        kernel.initramfs(paths["kernel"], paths["guest"], cache / "initramfs.cpio")
+        if whole_system:
+            system.prepare(HERE.parent.parent, cache)
+        accelerator(paths, cache)
 
 
 def accelerator(paths, cache):
@@ -57,17 +66,15 @@ def run_one(name, module, paths, results, keep):
     pair = None
     began = time.monotonic()
     try:
-        pair = (SystemPair if getattr(module, "SYSTEM", False) else Pair)(paths, results)
+        pair = (system.SystemPair if getattr(module, "SYSTEM", False) else Pair)(paths, results)
         if getattr(module, "BOOT", True):
             pair.boot()
         module.run(pair)
         verdict = None
-    except (Exception, KeyboardInterrupt) as problem:
+    except Exception as problem:
         verdict = problem if str(problem) else traceback.format_exc()
         if pair:
             pair.collect(name)
-        if isinstance(problem, KeyboardInterrupt):
-            raise
     finally:
         if pair and keep:
             offer_shell(pair)
@@ -75,11 +82,11 @@ def run_one(name, module, paths, results, keep):
             pair.close()
     seconds = time.monotonic() - began
     print(f"{'ok  ' if verdict is None else 'FAIL'} {name}: "
-          f"{(module.__doc__ or '').strip().splitlines()[0]} ({seconds:.0f} s)", flush=True)
+          f"{(module.__doc__ or '').strip().splitlines()[0]} ({seconds:.0f} s)")
     for fact in pair.facts if pair else []:
-        print(f"       {fact}", flush=True)
+        print(f"       {fact}")
     if verdict is not None:
-        print("       " + str(verdict).replace("\n", "\n       "), flush=True)
+        print("       " + str(verdict).replace("\n", "\n       "))
     return verdict is None
 
 
@@ -98,16 +105,47 @@ def offer_shell(pair):
             print(problem, flush=True)
 
 
-def main():
+def parse():
     parser = argparse.ArgumentParser(prog="scripts/lab", description=__doc__)
     parser.add_argument("names", nargs="*", help="scenarios to run; none: all of them")
     parser.add_argument("--list", action="store_true", help="list the scenarios and stop")
     parser.add_argument("--quick", action="store_true", help="only the quick set")
-    parser.add_argument("--keep", action="store_true", help="keep the last pair up, with a shell")
+    parser.add_argument("--keep", action="store_true", help="keep the last pair up, with a shell; one job")
+    parser.add_argument("--jobs", type=int, default=jobs.default_jobs(),
+                        help="so many scenarios side by side (%(default)s)")
     parser.add_argument("--cache", type=pathlib.Path, required=True, help=argparse.SUPPRESS)
     parser.add_argument("--build", type=pathlib.Path, required=True, help=argparse.SUPPRESS)
-    options = parser.parse_args()
+    parser.add_argument("--scratch", type=pathlib.Path, help=argparse.SUPPRESS)  # told to run one alone
+    return parser, parser.parse_args()
 
+
+def command(options):
+    """What has one scenario run by a process of its own."""
+    words = [sys.executable, __file__, "--cache", options.cache, "--build", options.build, "--scratch",
+             options.scratch]
+    return lambda name: words + (["--keep"] if options.keep and name == options.names[-1] else []) + [name]
+
+
+def run_all(options, known):
+    """How many of the scenarios passed."""
+    def marked(mark):
+        return [name for name in options.names if getattr(known[name], mark, False)]
+
+    options.scratch = jobs.new_scratch()
+    running = jobs.Jobs(command(options), options.scratch, 1 if options.keep else max(1, options.jobs))
+    try:
+        prepare(places(options), marked("SYSTEM"))
+        running.run(options.names[:-1] if options.keep else options.names, marked("ALONE"))
+        if options.keep:
+            running.kept(options.names[-1])
+        return running.passed
+    finally:
+        running.end()
+        shutil.rmtree(options.scratch, ignore_errors=True)
+
+
+def main():
+    parser, options = parse()
     known = scenarios()
     if options.list:
         for name, module in known.items():
@@ -118,19 +156,20 @@ def main():
     unknown = [name for name in options.names if name not in known]
     if unknown:
         parser.error("no such scenario: " + ", ".join(unknown))
-    chosen = options.names or [name for name, module in known.items()
-                               if not options.quick or getattr(module, "QUICK", False)]
-
-    for number in (signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, lambda *_: sys.exit(143))
-    sweep()
-    options.cache.mkdir(parents=True, exist_ok=True)
     results = options.cache / "results"
-    paths = prepare(options.cache.resolve(), options.build.resolve())
-    passed = 0
-    for name in chosen:
-        passed += run_one(name, known[name], paths, results, options.keep and name == chosen[-1])
-    failed = len(chosen) - passed
+    if options.scratch:
+        paths = places(options)
+        paths["accelerator"] = accelerator(paths, options.cache)
+        return 0 if run_one(options.names[0], known[options.names[0]], paths, results, options.keep) else 1
+
+    options.names = options.names or [name for name, module in known.items()
+                                      if not options.quick or getattr(module, "QUICK", False)]
+    # SIGINT, too: a shell has what it starts in the background ignore that.
+    for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGINT):
+        signal.signal(number, lambda number, _: sys.exit(128 + number))
+    jobs.sweep()
+    passed = run_all(options, known)
+    failed = len(options.names) - passed
     if failed:
         print(f"What the failed ones left is under {os.path.relpath(results)}")
     print(f"{passed} passed, {failed} failed")
@@ -138,4 +177,7 @@ def main():
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        sys.exit(130)

@@ -14,7 +14,8 @@ while :; do
     read -r id command <&3 || { sleep 0.1; continue; } # the host is not connected
     [ -n "$command" ] || continue
     (
-        output=$(printf '%s' "$command" | base64 -d | sh 2>&1 3>&-)
+        command=$(printf '%s' "$command" | base64 -d)
+        output=$(sh -c "$command" 2>&1 3>&-)
         status=$?
         printf '%s %s %s\n' "$id" "$status" "$(printf '%s' "$output" | base64 -w 0)" |
             flock /run/lock/port cat >&3

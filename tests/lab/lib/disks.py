@@ -16,8 +16,8 @@ HANG = f"echo 1 > {KNOBS}/every_nth; echo 4 > {KNOBS}/opts; "
 HEAL = f"echo 0 > {KNOBS}/opts; echo 0 > {KNOBS}/every_nth"
 READ = "dd if=/dev/sda of=/dev/null bs=4k count=1 iflag=direct"
 
-# Commands keep timing out: each recovery is healed while it runs, or the kernel would give up the
-# disk, and then the disk hangs again.
+# Commands keep timing out: each recovery is healed while it runs, and the read that hung must come
+# through before the disk hangs again, or the kernel would give up the disk.
 KEEP_HANGING = f"""
 while [ ! -e /run/stop-hanging ]; do
     {HANG}
@@ -25,7 +25,7 @@ while [ ! -e /run/stop-hanging ]; do
     for i in $(seq 200); do grep -q recovery /sys/class/scsi_host/host*/state && break; sleep 0.1; done
     sleep 10
     {HEAL}
-    for i in $(seq 200); do grep -q recovery /sys/class/scsi_host/host*/state || break; sleep 0.1; done
+    wait $!
 done
 {HEAL}
 """

@@ -4,7 +4,8 @@
 import lzma
 import pathlib
 import shutil
-import subprocess
+
+from lib import host
 
 XZ_MAGIC = b"\xfd7zXZ\x00"
 BOOT_MODULES = ["virtio_pci", "9pnet_virtio", "9p", "overlay", "virtio_net", "virtio_blk",
@@ -12,10 +13,8 @@ BOOT_MODULES = ["virtio_pci", "9pnet_virtio", "9p", "overlay", "virtio_net", "vi
 
 
 def newest_image():
-    names = subprocess.run(
-        ["apt-cache", "search", "--names-only", r"^linux-image-6\.1\.[0-9-]+-amd64$"],
-        check=True, capture_output=True, text=True).stdout.split("\n")
-    images = [line.split()[0] for line in names if line]
+    names = host.run("apt-cache", "search", "--names-only", r"^linux-image-6\.1\.[0-9-]+-amd64$").split("\n")
+    images = [line.split()[0] for line in names if line.startswith("linux-image-")]
     if not images:
         raise SystemExit("lab: no kernel package to be had; run 'apt-get update' and try again")
     return max(images, key=lambda name: [int(n) for n in name.replace("-", ".").split(".") if n.isdigit()])
@@ -26,14 +25,13 @@ def unpack(cache):
     root = cache / "kernel"
     if (root / "complete").exists():
         return root
-    shutil.rmtree(root, ignore_errors=True)
+    host.remove(root)
     root.mkdir(parents=True)
-    subprocess.run(["apt-get", "download", newest_image()], cwd=cache, check=True,
-                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    host.run("apt-get", "download", newest_image(), cwd=cache)
     package = max(cache.glob("linux-image-*.deb"), key=lambda p: p.stat().st_mtime)
-    subprocess.run(["dpkg-deb", "-x", package, root], check=True)
+    host.run("dpkg-deb", "-x", package, root)
     package.unlink()
-    subprocess.run(["depmod", "-b", root, version(root)], check=True)
+    host.run("depmod", "-b", root, version(root))
     uncompress(next((root / "boot").glob("vmlinuz-*")), root / "vmlinux")
     (root / "complete").touch()
     return root
@@ -63,9 +61,7 @@ def module_files(root):
     """The boot modules' files in the order of loading."""
     files = []
     for module in BOOT_MODULES:
-        lines = subprocess.run(
-            ["modprobe", "-d", root, "-S", version(root), "--show-depends", module],
-            check=True, capture_output=True, text=True).stdout.split("\n")
+        lines = host.run("modprobe", "-d", root, "-S", version(root), "--show-depends", module).split("\n")
         for line in lines:
             if line.startswith("insmod ") and line.split()[1] not in files:
                 files.append(line.split()[1])
@@ -75,7 +71,7 @@ def module_files(root):
 def initramfs(root, guest, out):
     """An archive of busybox, the boot modules and the init script."""
     tree = out.with_suffix(".tree")
-    shutil.rmtree(tree, ignore_errors=True)
+    host.remove(tree)
     (tree / "bin").mkdir(parents=True)
     (tree / "modules").mkdir()
     shutil.copy("/bin/busybox", tree / "bin/busybox")
@@ -87,7 +83,7 @@ def initramfs(root, guest, out):
         order.append(path.name)
     (tree / "modules/order").write_text("\n".join(order) + "\n")
     names = "\n".join(str(p.relative_to(tree)) for p in sorted(tree.rglob("*")))
-    with open(out, "wb") as archive:
-        subprocess.run(["cpio", "--quiet", "-o", "-H", "newc", "-R", "0:0"], cwd=tree, check=True,
-                       input=names.encode(), stdout=archive)
-    shutil.rmtree(tree)
+    made = out.with_suffix(".made")
+    host.run("cpio", "--quiet", "-o", "-H", "newc", "-R", "0:0", "-O", made, cwd=tree, given=names)
+    made.rename(out)  # in one step, since the machines of another lab may be reading it
+    host.remove(tree)

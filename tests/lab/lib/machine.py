@@ -2,7 +2,6 @@
 """One QEMU machine: started, talked to through a serial port and QMP, and ended."""
 
 import base64
-import ctypes
 import fcntl
 import itertools
 import json
@@ -14,12 +13,10 @@ import subprocess
 import threading
 import time
 
-PR_SET_PDEATHSIG = 1
+from lib import host
+from lib.host import LabError
+
 KVM_CREATE_VM = 0xAE01
-
-
-class LabError(Exception):
-    """Something that a scenario expected did not happen."""
 
 
 def has_kvm():
@@ -34,13 +31,6 @@ def has_kvm():
         return False
     finally:
         os.close(device)
-
-
-def die_with(parent):
-    """The kernel kills this process when its parent ends, however that comes about."""
-    ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
-    if os.getppid() != parent:
-        os._exit(1)
 
 
 class Machine:
@@ -58,10 +48,8 @@ class Machine:
         self.ids = itertools.count(1)
 
     def launch(self):
-        lab = os.getpid()
-        console = open(self.directory / "qemu.log", "ab")
-        self.process = subprocess.Popen(self.command, stdin=subprocess.DEVNULL, stdout=console,
-                                        stderr=console, preexec_fn=lambda: die_with(lab))
+        with open(self.directory / "qemu.log", "ab") as console:
+            self.process = host.start(self.command, stdin=subprocess.DEVNULL, stdout=console, stderr=console)
         self.port = self._connect("agent.sock")
         threading.Thread(target=self._listen, daemon=True).start()
 

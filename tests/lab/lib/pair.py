@@ -1,22 +1,21 @@
 # SPDX-License-Identifier: Apache-2.0
 """A pair of lab nodes joined by a replication link."""
 
+import datetime
 import json
-import os
 import pathlib
 import queue
 import shlex
 import shutil
 import socket
-import subprocess
 import tempfile
 import time
 from concurrent.futures import ThreadPoolExecutor
 
+from lib import ticks
 from lib.machine import LabError, Machine
 
 DISK_MEGABYTES = {"vda": 24, "vdb": 48, "vdc": 48}
-PREFIX = "koraha-lab-"  # of the temporary directories; the process id follows
 BIN = "/lab/build/bin"  # in the guests
 
 # What it costs to look, and to be scheduled at all, on a busy machine without KVM.
@@ -29,6 +28,14 @@ FAST = {
     "NUM_OF_REST_MON_PKT_DROP": 0,
 }
 
+ASK_HISTORY = """
+import socket
+link = socket.socket(socket.AF_UNIX)
+link.connect("/tmp/.ha_daemon.socket")
+link.sendall(b"{\\"request\\":\\"history\\"}\\n")
+print(link.makefile().readline())
+"""
+
 
 def free_ports(count):
     sockets = [socket.socket(socket.AF_INET, socket.SOCK_DGRAM) for _ in range(count)]
@@ -40,14 +47,6 @@ def free_ports(count):
     return ports
 
 
-def sweep():
-    """Removes the directories of labs that were killed; their machines died with them."""
-    for left in pathlib.Path(tempfile.gettempdir()).glob(PREFIX + "*-*"):
-        owner = left.name[len(PREFIX):].split("-")[0]
-        if owner.isdigit() and not pathlib.Path("/proc", owner).exists():
-            shutil.rmtree(left, ignore_errors=True)
-
-
 class Awaited:
     """What a node waits for by itself."""
 
@@ -57,7 +56,18 @@ class Awaited:
         self.answer = answer
 
     def since(self, event, limit=60):
-        """Waits for it; the seconds from `event`, a time on the host's monotonic clock."""
+        """Waits for it; the seconds from the end of `event`, a time on the host's monotonic clock: 0 when it
+        came while the event was still under way."""
+        return max(self._seconds_from(event, limit), 0.0)
+
+    def after(self, event, limit=60):
+        """The same for an event whose beginning is told: what came before did not come of it."""
+        seconds = self._seconds_from(event, limit)
+        if seconds < 0:
+            raise LabError(f"node{self.node.number}: {-seconds:.1f} s before the event: {self.what}")
+        return seconds
+
+    def _seconds_from(self, event, limit):
         try:
             status, output, at = self.answer.get(timeout=limit)
         except queue.Empty:
@@ -66,7 +76,13 @@ class Awaited:
                            + self.node.log()[-2000:]) from None
         if status != 0:
             raise LabError(f"node{self.node.number}: {output}")
-        return max(at - event, 0.0)
+        return at - event
+
+    def check_not_yet(self):
+        """Fails when it has come, at whatever time since the node began to look."""
+        if not self.answer.empty():
+            raise LabError(f"node{self.node.number}: came, or could not be looked for: {self.what}\n"
+                           f"{self.answer.get()[1]}")
 
 
 class Node(Machine):
@@ -153,8 +169,22 @@ class Node(Machine):
             time.sleep(0.3)
         return time.monotonic() - began
 
+    def line_times(self, text):
+        """When the log's lines with `text` were written, in seconds on this node's clock."""
+        stamps = [line.split("Z ")[0] for line in self.log().split("\n") if text in line]
+        return [datetime.datetime.fromisoformat(stamp + "+00:00").timestamp() for stamp in stamps]
+
+    def history(self):
+        """The daemon's samples and events, with times in seconds on this node's clock."""
+        return json.loads(self.run(f"python3 -c '{ASK_HISTORY}'"))
+
     def notifications(self):
         return self.run("cat /run/notifications 2>/dev/null", check=False).split("\n")
+
+    def until_notified(self, event, count=1):
+        """Waits until the tool was called for `event` so many times; what it was called with."""
+        self.run(f"until [ $(grep -c -- {event} /run/notifications) -ge {count} ]; do sleep 0.2; done")
+        return [line for line in self.notifications() if event in line]
 
 
 class Pair:
@@ -166,7 +196,7 @@ class Pair:
     def __init__(self, paths, results):
         self.paths = paths
         self.results = results
-        self.directory = pathlib.Path(tempfile.mkdtemp(prefix=f"{PREFIX}{os.getpid()}-"))
+        self.directory = pathlib.Path(tempfile.mkdtemp(dir=paths["scratch"]))
         self.facts = []
         ports = free_ports(2)
         self.nodes = [self._node(1, ports), self._node(2, ports[::-1])]
@@ -188,6 +218,8 @@ class Pair:
                  "random.trust_cpu=on", "no_timer_check", "tsc=reliable", "net.ifnames=0",
                  f"lab.node={number}", f"lab.modules={self.paths['kernel']}/lib/modules",
                  f"lab.guest={self.paths['guest']}", f"lab.build={self.paths['build']}"]
+        if not kvm:  # an emulated counter is the host's
+            words.append(f"tsc_early_khz={ticks.per_millisecond()}")
         if "system" in self.paths:
             words.append(f"lab.system={self.paths['system']}")
         command = [

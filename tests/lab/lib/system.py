@@ -1,10 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """Nodes that run a whole Debian with its service manager, and the daemon from its packages."""
 
-import shutil
-import subprocess
-
-from lib.machine import LabError
+from lib import host
+from lib.host import LabError, run
 from lib.pair import Node, Pair
 
 WITH = ["systemd-sysv", "udev", "dbus", "kmod", "iproute2", "iputils-ping", "procps", "e2fsprogs",
@@ -23,16 +21,11 @@ SOURCES = ["CMakeLists.txt", "cmake", "config", "daemon", "hasupport", "log", "m
            "tools"]
 PACKAGES = ["libkoracore1", "libkorahadaemon1", "koraharemotemond", "korahamonctl"]
 INSTALL = "dpkg -i " + " ".join(f"/lab/build/{name}_*.deb" for name in PACKAGES)
+SYSTEM = "system"  # in the lab's cache
+BUILT = "build/packages"
 UNIT = "koraharemotemond"
 LOG = "/var/log/ha/ha.daemon.log"
 BUFFER = "/run/koraha/ha.daemon.log.*.lines"
-
-
-def run(*words, cwd=None):
-    done = subprocess.run(words, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-    if done.returncode != 0:
-        raise LabError(f"exit status {done.returncode} of: {' '.join(map(str, words))}\n{done.stdout[-3000:]}")
-    return done.stdout
 
 
 def dependencies(packages):
@@ -47,13 +40,13 @@ def dependencies(packages):
 
 def make_root(cache, packages):
     """A fresh system with what the packages depend on, made once; the nodes only read it."""
-    root, stamp = cache / "system", cache / "system.made-with"
+    root, stamp = cache / SYSTEM, cache / f"{SYSTEM}.made-with"
     included = [*WITH, *dependencies(packages)]
     made_with = "\n".join([*included, *ENABLED, *MASKED, *COLDPLUG])
     if stamp.exists() and stamp.read_text() == made_with:
         return root
     stamp.unlink(missing_ok=True)
-    shutil.rmtree(root, ignore_errors=True)
+    host.remove(root)
     mirror = run("apt-get", "indextargets", "--format", "$(SITE)", "Created-By: Packages").split("\n")[0]
     run("debootstrap", "--variant=minbase", "--include=" + ",".join(included), "bookworm", root, mirror)
     run("systemctl", "--root", root, "enable", *ENABLED)
@@ -66,11 +59,16 @@ def make_root(cache, packages):
 
 def make_packages(top):
     """The packages of what lies here now."""
-    packages = top / "build/packages"
+    packages = top / BUILT
     built = next(packages.glob("koraharemotemond_*.deb"), None)
     if built is None or run("find", *SOURCES, "-newer", built, cwd=top):
         run("scripts/package", cwd=top)
     return packages
+
+
+def prepare(top, cache):
+    """Makes, or makes anew, what the nodes of all such pairs read."""
+    make_root(cache, make_packages(top))
 
 
 class SystemNode(Node):
@@ -113,10 +111,8 @@ class SystemPair(Pair):
     boot_seconds = 600
 
     def __init__(self, paths, results):
-        top = paths["guest"].parent.parent.parent
-        packages = make_packages(top)
-        super().__init__({**paths, "system": make_root(paths["kernel"].parent, packages), "build": packages},
-                         results)
+        super().__init__({**paths, "system": paths["kernel"].parent / SYSTEM,
+                          "build": paths["guest"].parent.parent.parent / BUILT}, results)
         for node in self.nodes:
             disk = node.directory / "vda"
             with open(disk, "wb") as file:

@@ -3,7 +3,17 @@
 
 import time
 
-GOOD = "s['remoteAlive'] and s['readings']['remoteMDResync']['valid']"
+from lib.readings import OF_THE_PEER
+
+OLD = 3  # seconds: no reading that is taken at its pace is older
+GOOD = (f"s['remoteAlive'] and all(s['readings'][name]['valid'] and s['readings'][name]['ageSeconds'] < {OLD}"
+        f" for name in {OF_THE_PEER})")
+
+
+def is_gone(status):
+    """The peer is not alive, for so long that whatever was read from it before is old."""
+    return status["remoteAlive"] is False and all(
+        status["readings"][name]["ageSeconds"] > OLD for name in OF_THE_PEER)
 
 
 def back_after(pair, what, command):
@@ -12,8 +22,8 @@ def back_after(pair, what, command):
     pair.nodes[1].run(command)
     event = time.monotonic()
     for seen in awaited:
-        # a look for the interface, the echo, then the exchange, each with its pace or bound
-        pair.timed(f"node{seen.node.number}: {what}, all back", seen.since(event), 1 + 1 + 1 + 1 + 1)
+        # the echo, then the heartbeat, which takes longer than the exchange, each with its pace
+        pair.timed(f"node{seen.node.number}: {what}, all back", seen.since(event), 1 + 1 + 1 + 1.5 + 1)
 
 
 def run(pair):
@@ -28,13 +38,13 @@ def run(pair):
     first.start_daemon()
     second.start_daemon(interface="hb0")
     for seen in [node.awaiting(GOOD) for node in pair]:
-        seen.since(0)
+        seen.since(time.monotonic())
     second.run("ip link del hb0")
     for node in pair:
-        node.until(lambda s: s.get("remoteAlive") is False, "the interface is gone")
+        node.until(is_gone, "the interface is gone")
     back_after(pair, "made anew", make)
     second.run("ip link set hb0 down; ip link set hb0 name hb9; ip link set hb9 up")
-    second.until(lambda s: s.get("remoteAlive") is False, "no interface of that name any more")
+    second.until(is_gone, "no interface of that name any more")
     first.until(lambda s: s["readings"]["remoteMDResync"]["valid"] is False,
                 "its kernel answers under any name, its peer service does not")
     back_after(pair, "renamed there and back", "ip link set hb9 down; ip link set hb9 name hb0; ip link set hb0 up")

@@ -3,6 +3,8 @@
 
 import time
 
+from lib import paces
+
 QUICK = True
 
 CREATE = """
@@ -11,35 +13,48 @@ echo 800 > /proc/sys/dev/raid/speed_limit_max; echo 800 > /proc/sys/dev/raid/spe
 yes | mdadm --create /dev/md0 --metadata=1.2 --level=1 --raid-devices=2 /dev/ram0 /dev/ram1 2>&1
 """
 FASTER = "echo 200000 > /proc/sys/dev/raid/speed_limit_max"
+DEGRADED = "Array md0 of this node is degraded."
 ACTION = "cat /sys/block/md0/md/sync_action"
+
+
+def awaiting(pair):
+    first, second = pair
+    return [(first.awaiting("s['localMDResync']"), "on this node", paces.LOCAL),
+            (second.awaiting("s['remoteMDResync']"), "on the peer", paces.REMOTE)]
+
+
+def both_say(pair, seen, what, happened):
+    for each, where, allowed in seen:
+        pair.timed(f"{what} {where}", each.since(happened), allowed)
 
 
 def run(pair):
     first, second = pair
     pair.start_daemons(support={"drbd": False})
-    here, there = first.awaiting("s['localMDResync']"), second.awaiting("s['remoteMDResync']")
+    seen = awaiting(pair)
     first.run(CREATE)
-    created = time.monotonic()
-    took = here.since(created)
-    pair.timed("resync on this node", took, 1 + 1.5 + 1)
-    took = there.since(created)
-    pair.timed("resync on the peer", took, 1 + 1.5 + 1 + 1 + 1)
+    both_say(pair, seen, "resync", time.monotonic())
 
     first.run(FASTER)
     first.until(lambda s: s.get("localMDResync") is False, "resync is over", 60)
     second.until(lambda s: s.get("remoteMDResync") is False, "the peer's resync is over")
 
+    seen = awaiting(pair)
     first.run("echo 800 > /proc/sys/dev/raid/speed_limit_max; echo check > /sys/block/md0/md/sync_action;"
-              "sleep 3")
+              f"sleep {paces.REMOTE + 1}")
     action = first.run(ACTION).strip()
     assert action == "check", action
-    assert first.status()["localMDResync"] is False, "a check is no resync"
+    assert all(each.answer.empty() for each, *_ in seen), "a check is no resync, on neither node"
+    pair.note(f"{paces.REMOTE + 1:.1f} s of a check: no resync on either node")
     first.run("echo idle > /sys/block/md0/md/sync_action")
 
-    first.run("echo faulty > /sys/block/md0/md/dev-ram1/state; sleep 1;"
-              "echo remove > /sys/block/md0/md/dev-ram1/state")
-    first.until(lambda s: s.get("constraints"), "a degraded array forbids restarting the peer")
-    pair.note("constraint: " + str(first.status()["constraints"][0]))
+    named = first.awaiting(f"s['constraints'] == [{DEGRADED!r}]")
+    first.run("echo faulty > /sys/block/md0/md/dev-ram1/state")
+    pair.timed(DEGRADED, named.since(time.monotonic()), paces.CONSTRAINT)
+    first.run("sleep 1; echo remove > /sys/block/md0/md/dev-ram1/state")
+    assert all(each.answer.empty() for each, *_ in seen), "a degraded array is no resync"
     first.run("mdadm --zero-superblock /dev/ram1; mdadm --manage /dev/md0 --add /dev/ram1")
-    first.until(lambda s: s.get("localMDResync") is True, "recovery onto the new member")
-    pair.note("kernel: " + first.run(ACTION).strip())
+    added = time.monotonic()
+    both_say(pair, seen, "recovery", added)
+    action = first.run(ACTION).strip()
+    assert action == "recover", action

@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """What forbids a restart: role, marker, DRBD not connected, not UpToDate or not there, an own array."""
 
-from lib import disks
+import time
+
+from lib import disks, paces
 
 HANDLING = "[Disks Error Handling] Remote disk error handling("
 REFUSED = "koraharemotemond:414 Too many errors on one disk, unable to restart remote active server"
@@ -27,10 +29,11 @@ FORBIDDING = [
 ]
 
 
-def forbid(node, come, constraint, end_last):
+def forbid(pair, node, come, constraint, end_last):
     """Waits until `constraint` alone has forbidden a restart."""
+    seen = node.awaiting(f"{constraint!r} in s['constraints']")
     node.run(come)
-    node.until(lambda s: constraint in s.get("constraints", []), constraint)
+    pair.timed("constraint: " + constraint, seen.since(time.monotonic()), paces.CONSTRAINT)
     node.run(end_last)
     node.until(lambda s: s.get("constraints") == [constraint], "only: " + constraint, 60)
     node.run("sleep 2")  # what was decided before is in the log now
@@ -54,8 +57,8 @@ def run(pair):
 
     end_last = "rm /tmp/ha_role_active"
     for come, end, constraint in FORBIDDING:
-        took = forbid(second, come, constraint, end_last)
-        pair.note(f"refused after {took:.0f} s: {constraint}")
+        took = forbid(pair, second, come, constraint, end_last)
+        pair.note(f"refused for it alone {took:.0f} s later")
         end_last = end
 
     disks.stop_hanging(first)
