@@ -87,8 +87,11 @@ TEST(JsonGuard, NeverLetsTheParserGoDeeper) {
 }
 
 TEST(JsonGuard, AgreesWithTheParserOnValidText) {
+    constexpr unsigned limit = 16;
     for (unsigned depth = 1; depth < 40; ++depth) {
-        EXPECT_EQ(jsonIsBounded(nested(depth), anySize, 16), depth <= 16) << depth;
+        const std::string full = std::string(depth, '[') + "7" + std::string(depth, ']');
+        EXPECT_EQ(jsonIsBounded(full, anySize, limit), !parserGoesDeeper(full, limit)) << depth;
+        EXPECT_EQ(jsonIsBounded(full, anySize, limit), depth <= limit) << depth;
     }
 }
 
