@@ -26,6 +26,7 @@ def run(pair):
     lowered = second.awaiting_log(DELETE)
     event = time.monotonic()
     first.reset()
+    pair.note(f"the reset itself, which is counted below: {time.monotonic() - event:.1f} s")
     first.freeze()  # it would be back before the second sample
     took = missed.after(event)
     pair.timed("peer reset, one sample: not alive, the flag still up", took, PACE + 1 + 1)
