@@ -11,7 +11,8 @@ DaemonLog* recordLog();
 DaemonLog* messageLog();
 
 /// Has `work` done after every flush of a log, by whichever thread flushes: for what must wait for
-/// a disk and has no thread of its own. It does not throw. Once in a process.
+/// a disk and has no thread of its own. It does not throw. One work in
+/// a process; to say it again changes nothing.
 void doAfterFlush(void (*work)());
 
 /// Called by the logs themselves after a flush.

@@ -20,8 +20,7 @@ struct SocketPlaces {
 ///
 /// Binding replaces a socket file that nobody listens on, and one of an ordinary user, also where
 /// its mode hides whether anybody listens; a live one of root and everything that is no socket
-/// stay, and binding fails. The file has mode 0660, and
-/// group `koraha` where there is one.
+/// stay, and binding fails. The file has mode 0660, and group `koraha` where there is one.
 class SocketPath {
   public:
     explicit SocketPath(std::string path, SocketPlaces places = {});
